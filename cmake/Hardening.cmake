@@ -1,0 +1,43 @@
+# SPDX-License-Identifier: MIT
+# Warnings, hardening and sanitizers, as the target `project_options`. Hardening flags differ
+# between compilers: each is tried, and the ones that are refused are left out.
+include(CheckCXXCompilerFlag)
+include(CheckLinkerFlag)
+
+add_library(project_options INTERFACE)
+target_compile_options(project_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow $<$<COMPILE_LANGUAGE:CXX>:-Wconversion -Wnon-virtual-dtor>
+    -Werror)
+
+function(add_if_accepted kind flag)
+    string(MAKE_C_IDENTIFIER "accepts_${flag}" variable)
+    if(kind STREQUAL "compile")
+        check_cxx_compiler_flag("-Werror ${flag}" ${variable})
+    else()
+        check_linker_flag(CXX "${flag}" ${variable})
+    endif()
+    if(${variable})
+        target_compile_options(project_options INTERFACE $<$<STREQUAL:${kind},compile>:${flag}>)
+        target_link_options(project_options INTERFACE $<$<STREQUAL:${kind},link>:${flag}>)
+    endif()
+endfunction()
+
+if(POWER_MAN_SANITIZE)
+    target_compile_options(project_options INTERFACE
+        -fsanitize=${POWER_MAN_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(project_options INTERFACE -fsanitize=${POWER_MAN_SANITIZE})
+else()
+    foreach(flag
+        -fstack-protector-strong -fstack-clash-protection -fcf-protection
+        -fstrict-flex-arrays=3 -fzero-init-padding-bits=all)
+        add_if_accepted(compile ${flag})
+    endforeach()
+    if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
+        add_if_accepted(compile -U_FORTIFY_SOURCE)
+        add_if_accepted(compile -D_FORTIFY_SOURCE=3)
+    endif()
+    foreach(flag -pie -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack -Wl,-z,nodlopen -Wl,--as-needed)
+        add_if_accepted(link ${flag})
+    endforeach()
+endif()
+target_compile_definitions(project_options INTERFACE _GLIBCXX_ASSERTIONS)

@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: MIT
+#include "host/host.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "ap/log.h"
+#include "ap/loop.h"
+#include "host/memory_store.h"
+#include "host/seed.h"
+#include "host/stop_signal.h"
+#include "host/trace.h"
+
+namespace host {
+namespace {
+
+std::unique_ptr<Host>& holder()
+{
+    static std::unique_ptr<Host> host;
+    return host;
+}
+
+[[noreturn]] void refuse(const std::string& error)
+{
+    std::fprintf(stderr, "power_man: %s\n", error.c_str());
+    std::exit(2);
+}
+
+} // namespace
+
+Host::Host()
+{
+    std::string error;
+    const std::optional<Settings> found = Settings::from_environment(error);
+    if (!found)
+        refuse(error);
+    settings = *found;
+    store = std::make_unique<MemoryStore>(changes);
+    if (!settings.seed_file.empty() && !load_seed(settings.seed_file, *store, error))
+        refuse(error);
+}
+
+Host& instance()
+{
+    if (!holder())
+        holder() = std::make_unique<Host>();
+    return *holder();
+}
+
+void forget_instance()
+{
+    holder().reset();
+}
+
+} // namespace host
+
+_fdloop_t* fdloop_init(void)
+{
+    host::Host& host = host::instance();
+    if (host.loop)
+        return host.loop.get();
+    std::string error;
+    if (!host::enable_traces(host.settings.trace, error))
+        host::refuse("AP_TRACE: " + error);
+    host.loop = _fdloop_t::create();
+    if (!host.loop)
+        return nullptr;
+    host.loop->add_deferred(&host.changes);
+    if (const int result = host::watch_stop_signals(*host.loop); result != 0) {
+        qv_slog(3, "The loop cannot be stopped by a signal: %s\n", std::strerror(-result));
+        host.loop.reset();
+    }
+    return host.loop.get();
+}
+
+int fdloop_loop(_fdloop_t* loop)
+{
+    return loop->run();
+}
+
+int fdloop_fd_register(_fdloop_t* loop, int fd, fdloop_fd_callback callback, void* user)
+{
+    return loop->add(fd, host::Condition::input, callback, user);
+}
+
+int fdloop_fd_register_except(_fdloop_t* loop, int fd, fdloop_fd_callback callback, void* user)
+{
+    return loop->add(fd, host::Condition::exception, callback, user);
+}
+
+int fdloop_fd_unregister_except(_fdloop_t* loop, int fd)
+{
+    return loop->remove(fd, host::Condition::exception);
+}
+
+int fdloop_timer_add(_fdloop_t* loop, unsigned int milliseconds, fdloop_timer_callback callback,
+                     void* user)
+{
+    return loop->add_timer(milliseconds, callback, user);
+}
+
+int fdloop_timer_set_interval(int timer_id, unsigned int milliseconds)
+{
+    const auto& loop = host::instance().loop;
+    return loop ? loop->restart_timer(timer_id, milliseconds) : -ENOENT;
+}

@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: MIT
+// What the daemon did lately, in order: keys written, lines switched, signals sent, warnings
+// logged. One short line each; the console shows them, the tests compare them.
+//
+// The lines:
+//   set KEY VALUE                     a key was written (by whoever uses this process's database)
+//   del KEY                           a key was removed
+//   pin N high|low|in|out             a GPIO line's direction was written
+//   value N 0|1                       a GPIO line's value was written
+//   export N, unexport N, edge N E    the other files of a GPIO line
+//   file PATH TEXT                    any other device file was written
+//   raise NAME, clear NAME            an event report was sent
+//   signal NAME PAYLOAD               any other bus signal was sent
+//   log LEVEL TEXT                    a message of level 5 or graver was logged
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string_view>
+
+namespace host {
+
+class Journal {
+public:
+    static constexpr std::size_t capacity = 256;    // older lines are forgotten
+    static constexpr std::size_t line_length = 240; // longer ones are cut
+
+    struct Line {
+        std::uint64_t number; // from 1, never used again
+        std::uint64_t time_ms;
+        std::string_view text; // valid until the next line is written
+    };
+
+    void write(const char* format, ...) __attribute__((format(printf, 2, 3)));
+
+    // The number of the last line, 0 before the first.
+    std::uint64_t last() const { return last_; }
+
+    // The oldest line that is still there, 1 at first.
+    std::uint64_t first() const { return last_ < capacity ? 1 : last_ - capacity + 1; }
+
+    // A line from first() to last().
+    Line line(std::uint64_t number) const;
+
+private:
+    struct Slot {
+        std::uint64_t time_ms;
+        std::array<char, line_length> text;
+    };
+
+    std::array<Slot, capacity> slots_{};
+    std::uint64_t last_ = 0;
+};
+
+} // namespace host

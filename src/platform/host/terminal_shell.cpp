@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: MIT
+// The shell on the process's own terminal. The editor wants every key at once, without the
+// kernel's echo; keys that make signals keep doing so. Flow control is off: ^S would block the
+// daemon in its next line of output.
+#include <termios.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <optional>
+
+#include "ap/log.h"
+#include "ap/shell.h"
+#include "host/loop.h"
+
+namespace host {
+namespace {
+
+struct TerminalShell {
+    _fdloop_t* loop = nullptr;
+    qv_cshell_t* shell = nullptr;
+    std::optional<termios> modes; // as they were
+};
+
+TerminalShell terminal;
+
+void restore_modes()
+{
+    // A process in the background would be stopped by this; its terminal is in other hands.
+    if (terminal.modes && tcgetpgrp(STDIN_FILENO) == getpgrp())
+        tcsetattr(STDIN_FILENO, TCSADRAIN, &*terminal.modes);
+}
+
+int set_modes()
+{
+    termios modes{};
+    if (tcgetattr(STDIN_FILENO, &modes) != 0)
+        return errno == ENOTTY ? 0 : -errno; // a pipe serves as well
+    const bool first = !terminal.modes;
+    if (first)
+        terminal.modes = modes;
+    modes.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO | IEXTEN);
+    modes.c_iflag &= ~static_cast<tcflag_t>(IXON);
+    modes.c_cc[VMIN] = 1;
+    modes.c_cc[VTIME] = 0;
+    if (first && std::atexit(restore_modes) != 0)
+        return -ENOMEM;
+    return tcsetattr(STDIN_FILENO, TCSADRAIN, &modes) == 0 ? 0 : -errno;
+}
+
+int on_input(int fd, void*)
+{
+    std::array<char, 1024> data;
+    const ssize_t length = read(fd, data.data(), data.size());
+    if (length < 0 && (errno == EAGAIN || errno == EINTR))
+        return 0;
+    if (length > 0 &&
+        qv_cshell_process_buf(terminal.shell, data.data(), static_cast<int>(length)) == SHELL_OK)
+        return 0;
+    terminal.loop->stop();
+    return 1;
+}
+
+} // namespace
+} // namespace host
+
+int fdloop_shell_init(_fdloop_t* loop, const char* name)
+{
+    host::TerminalShell& terminal = host::terminal;
+    if (loop == nullptr || name == nullptr)
+        return -EINVAL;
+    if (terminal.shell != nullptr)
+        return -EEXIST;
+    int error = loop->add(STDIN_FILENO, host::Condition::input, host::on_input, nullptr);
+    if (error == 0)
+        error = host::set_modes();
+    if (error != 0) {
+        loop->remove(STDIN_FILENO, host::Condition::input);
+        qv_slog(3, "No shell on the terminal: %s\n", std::strerror(-error));
+        return error;
+    }
+    terminal.shell = qv_cshell_alloc(name);
+    if (terminal.shell == nullptr) {
+        loop->remove(STDIN_FILENO, host::Condition::input);
+        return -ENOMEM;
+    }
+    terminal.loop = loop;
+    qv_cshell_prompt(terminal.shell);
+    return 0;
+}

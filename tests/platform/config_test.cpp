@@ -1,0 +1,334 @@
+// SPDX-License-Identifier: MIT
+// The contract of the configuration database, for every store that there is.
+#include "ap/config.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cerrno>
+#include <functional>
+#include <list>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "host/clock.h"
+#include "host/configuration.h"
+#include "host/host.h"
+
+namespace {
+
+struct StoreKind {
+    const char* name;
+    void (*set_up)();  // leaves an empty, connected database
+    void (*deliver)(); // runs the loop until every change has arrived
+};
+
+void in_process()
+{
+    host::clock::make_virtual();
+    config_init_cbus(cbus_conn_create(fdloop_init(), "test"), 0);
+}
+
+void deliver_in_process()
+{
+    host::instance().loop->run_for(0);
+}
+
+// Somebody who follows keys. What it is told is one bracket for each call.
+struct Follower {
+    std::string name;
+    std::string* story;
+    std::function<void()> during;
+
+    static void told(unsigned int count, const config_data_t* records, void* user)
+    {
+        auto& self = *static_cast<Follower*>(user);
+        *self.story += self.name + "[";
+        for (unsigned int i = 0; i < count; ++i) {
+            const config_data_t& record = records[i];
+            const bool has_value = record.data != nullptr;
+            EXPECT_EQ(record.type, CONFIG_TYPE_INTEGER);
+            EXPECT_EQ(record.length, has_value ? 4U : 0U);
+            EXPECT_EQ(record.status == 0, has_value);
+            *self.story +=
+                std::string(i > 0 ? " " : "") + record.key + "=" +
+                (has_value ? std::to_string(*static_cast<std::int32_t*>(record.data)) : "null");
+        }
+        *self.story += "] ";
+        if (self.during)
+            self.during();
+    }
+    // Another callback that may share its user.
+    static void also_told(unsigned int count, const config_data_t* records, void* user)
+    {
+        *static_cast<Follower*>(user)->story += "also:";
+        told(count, records, user);
+    }
+};
+
+class Config : public testing::TestWithParam<StoreKind> {
+protected:
+    Config() { GetParam().set_up(); }
+
+    Follower& follower(const std::string& name, std::function<void()> during = {})
+    {
+        return followers_.emplace_back(Follower{name, &story, std::move(during)});
+    }
+    static int follow(const char* key, Follower& who)
+    {
+        return config_change_register(key, Follower::told, &who);
+    }
+    static int leave(const char* key, Follower& who)
+    {
+        return config_change_deregister(key, Follower::told, &who);
+    }
+    // Together; a null text removes the key.
+    static int write(std::vector<std::pair<std::string, const char*>> values)
+    {
+        std::vector<host::Write> writes;
+        for (const auto& [key, text] : values) {
+            writes.push_back({key, std::nullopt});
+            if (text != nullptr)
+                writes.back().value = text;
+        }
+        return host::config_write(writes);
+    }
+    std::string delivered()
+    {
+        GetParam().deliver();
+        return std::exchange(story, {});
+    }
+
+    std::string story;
+
+private:
+    std::list<Follower> followers_;
+};
+
+TEST_P(Config, ChangesArriveFromTheLoopEachWithItsOwnValue)
+{
+    write({{"a", "1"}});
+    delivered();
+    write({{"a", "2"}}); // not delivered when the follower comes
+    Follower& x = follower("x");
+    EXPECT_EQ(follow("a", x), 0);
+    EXPECT_EQ(delivered(), "") << "neither the present value nor an earlier write";
+
+    EXPECT_EQ(config_write_int("a", 3), 0);
+    EXPECT_EQ(config_write_int("a", 3), 0);
+    EXPECT_EQ(config_write_string("a", "four"), 0);
+    EXPECT_EQ(write({{"a", nullptr}}), 0);
+    EXPECT_EQ(config_write_int("a", -5), 0);
+    EXPECT_EQ(story, "") << "from inside a write";
+    EXPECT_EQ(delivered(), "x[a=3] x[a=3] x[a=null] x[a=null] x[a=-5] ");
+    EXPECT_EQ(delivered(), "") << "twice";
+}
+
+TEST_P(Config, WhatWasWrittenTogetherArrivesTogether)
+{
+    Follower& x = follower("x");
+    Follower& y = follower("y");
+    for (const char* const key : {"t", "t.1", "u", "t", "t."}) // several match, one is repeated
+        EXPECT_EQ(follow(key, x), 0);
+    follow("t.2", y);
+    config_change_register("t.1", Follower::also_told, &x); // another pair
+    write(
+        {{"t.2", "2"}, {"other", "9"}, {"u", "0"}, {"t.1", "1"}, {"t.1", "11"}, {"t.2", nullptr}});
+    write({{"t.2", "3"}});
+    EXPECT_EQ(delivered(), "x[t.2=2 u=0 t.1=1 t.1=11 t.2=null] y[t.2=2 t.2=null] "
+                           "also:x[t.1=1 t.1=11] x[t.2=3] y[t.2=3] ");
+}
+
+TEST_P(Config, ARegistrationMatchesTheKeyAndWhatIsBelow)
+{
+    const std::vector<std::pair<std::string, const char*>> all = {
+        {"a", "1"},    {"a.b", "1"},   {"a.b.c", "1"}, {"a.b.c.d", "1"},
+        {"a.bc", "1"}, {"a.b-c", "1"}, {"b.a.b", "1"}, {"A.b", "1"}};
+    for (const char* const key : {"a.b", "a.b."}) {
+        Follower& x = follower("x");
+        follow(key, x);
+        write(all);
+        EXPECT_EQ(delivered(), "x[a.b=1 a.b.c=1 a.b.c.d=1] ") << key;
+        leave(key, x);
+        std::vector<std::string> keys;
+        EXPECT_EQ(host::config_list(key, keys), 0);
+        EXPECT_EQ(keys, (std::vector<std::string>{"a.b", "a.b.c", "a.b.c.d"})) << key;
+    }
+}
+
+TEST_P(Config, RegistrationsChangeDuringADelivery)
+{
+    Follower* self = nullptr;
+    Follower* last = nullptr;
+    Follower& late = follower("late");
+    self = &follower("self", [&] { EXPECT_EQ(leave("k", *self), 0); });
+    Follower& first = follower("first", [&] {
+        leave("k", *last);
+        follow("k", late);
+    });
+    last = &follower("last");
+    for (Follower* const who : {self, &first, last})
+        follow("k", *who);
+    follow("j", *last);
+    write({{"k", "1"}, {"j", "0"}});
+    EXPECT_EQ(delivered(), "self[k=1] first[k=1] last[j=0] ");
+    write({{"k", "2"}});
+    EXPECT_EQ(delivered(), "first[k=2] late[k=2] ");
+    EXPECT_EQ(leave("k", *last), -ENOENT);
+
+    // What was queued for a registration is not delivered when it has ended, nor to a new one.
+    write({{"k", "3"}});
+    leave("k", late);
+    follow("k", late);
+    leave("k", first);
+    EXPECT_EQ(delivered(), "");
+}
+
+TEST_P(Config, ACallbackWritesTheKeyThatItFollows)
+{
+    int next = 2;
+    Follower& x = follower("x", [&] {
+        if (next <= 3)
+            config_write_int("k", next++);
+        story += ". "; // the delivery of its write is not inside it
+    });
+    follow("k", x);
+    config_write_int("k", 1);
+    EXPECT_EQ(delivered(), "x[k=1] . x[k=2] . x[k=3] . ");
+}
+
+TEST_P(Config, AnIntegerIsASigned32BitDecimalText)
+{
+    Follower& x = follower("x");
+    follow("n", x);
+    for (const auto& [text, expected] :
+         std::vector<std::pair<const char*, const char*>>{{"0", "0"},
+                                                          {"-1", "-1"},
+                                                          {"2147483647", "2147483647"},
+                                                          {"-2147483648", "-2147483648"},
+                                                          {"2147483648", nullptr},
+                                                          {"-2147483649", nullptr},
+                                                          {"99999999999999999999", nullptr},
+                                                          {"", nullptr},
+                                                          {"-", nullptr},
+                                                          {"+1", nullptr},
+                                                          {" 1", nullptr},
+                                                          {"1 ", nullptr},
+                                                          {"1\n", nullptr},
+                                                          {"0x10", nullptr},
+                                                          {"1.0", nullptr},
+                                                          {"1e3", nullptr},
+                                                          {"--1", nullptr},
+                                                          {"on", nullptr}}) {
+        write({{"n", text}});
+        std::int32_t value = 77;
+        EXPECT_EQ(config_read_int("n", &value), expected != nullptr ? 0 : -EINVAL) << text;
+        EXPECT_EQ(value, expected != nullptr ? std::stoi(expected) : 77) << text;
+        EXPECT_EQ(delivered(), std::string("x[n=") + (expected ? expected : "null") + "] ") << text;
+    }
+    for (const std::int32_t value : {INT32_MIN, -1, 0, INT32_MAX}) {
+        std::int32_t read = 77;
+        EXPECT_EQ(config_write_int("n", value), 0);
+        EXPECT_EQ(config_read_int("n", &read), 0);
+        EXPECT_EQ(read, value);
+    }
+    const host::Write with_nul{"n", std::string_view("1\0", 2)};
+    host::config_write({&with_nul, 1});
+    std::int32_t untouched = 77;
+    EXPECT_EQ(config_read_int("n", &untouched), -EINVAL);
+    EXPECT_EQ(untouched, 77);
+}
+
+TEST_P(Config, TextsAreReadWholeOrNotAtAll)
+{
+    std::array<char, 8> text{"before"};
+    const auto read = [&](const char* key, unsigned int size) {
+        text = {"before"};
+        const int result = config_read_string(key, text.data(), size);
+        return std::to_string(result) + " " + text.data();
+    };
+    config_write_string("s", "12345");
+    config_write_string("empty", "");
+    const host::Write with_nul{"nul", std::string_view("a\0b", 3)};
+    host::config_write({&with_nul, 1});
+    const std::string too_long = std::to_string(-EMSGSIZE) + " before";
+    EXPECT_EQ(read("s", 8), "0 12345");
+    EXPECT_EQ(read("s", 6), "0 12345");
+    EXPECT_EQ(read("s", 5), too_long);
+    EXPECT_EQ(read("empty", 1), "0 ");
+    EXPECT_EQ(read("empty", 0), too_long);
+    EXPECT_EQ(read("nul", 8), std::to_string(-EINVAL) + " before");
+    EXPECT_EQ(read("missing", 8), std::to_string(-ENOENT) + " before");
+
+    int status = 7;
+    EXPECT_EQ(config_status("empty", &status), 0);
+    EXPECT_EQ(status, 1);
+    write({{"empty", nullptr}});
+    EXPECT_EQ(config_status("empty", &status), 0);
+    EXPECT_EQ(status, 0);
+}
+
+TEST_P(Config, RefusesBadKeysAndValuesEverywhere)
+{
+    Follower& x = follower("x");
+    const std::string longest(255, 'k');
+    const std::string too_long(256, 'k');
+    const struct {
+        const char* key;
+        int error;
+    } cases[] = {{nullptr, -EINVAL}, {"", -EINVAL},
+                 {"a b", -EINVAL},   {"a\tb", -EINVAL},
+                 {"a\x7f", -EINVAL}, {"\xc3\xa4", -EINVAL},
+                 {"a\n", -EINVAL},   {too_long.c_str(), -ENAMETOOLONG}};
+    for (const auto& [key, error] : cases) {
+        std::int32_t value = 77;
+        std::array<char, 4> text{"old"};
+        EXPECT_EQ(config_read_int(key, &value), error);
+        EXPECT_EQ(config_read_string(key, text.data(), 4), error);
+        EXPECT_EQ(config_write_int(key, 1), error);
+        EXPECT_EQ(config_write_string(key, "1"), error);
+        EXPECT_EQ(config_status(key, &value), error);
+        EXPECT_EQ(follow(key, x), error);
+        EXPECT_EQ(leave(key, x), error);
+        EXPECT_EQ(value, 77);
+        EXPECT_STREQ(text.data(), "old");
+    }
+    EXPECT_EQ(config_write_int(longest.c_str(), 1), 0);
+    EXPECT_EQ(config_write_string("v", nullptr), -EINVAL);
+    EXPECT_EQ(config_change_register("v", nullptr, nullptr), -EINVAL);
+    const std::string longest_value(64U * 1024U, 'v');
+    EXPECT_EQ(config_write_string("v", longest_value.c_str()), 0);
+    EXPECT_EQ(config_write_string("v", (longest_value + "v").c_str()), -EMSGSIZE);
+
+    // All of a batch or nothing of it.
+    follow("w", x);
+    EXPECT_EQ(write({{"w", "1"}, {"bad key", "1"}}), -EINVAL);
+    EXPECT_EQ(delivered(), "");
+    int status = 7;
+    EXPECT_EQ(config_status("w", &status), 0);
+    EXPECT_EQ(status, 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Stores, Config,
+                         testing::Values(StoreKind{"in_process", in_process, deliver_in_process}),
+                         [](const auto& kind) { return std::string(kind.param.name); });
+
+TEST(ConfigWithoutBus, EveryCallFails)
+{
+    std::int32_t value = 77;
+    std::array<char, 4> text{"old"};
+    int status = 7;
+    const auto told = [](unsigned int, const config_data_t*, void*) {};
+    EXPECT_EQ(config_init_cbus(nullptr, 0), -EINVAL);
+    for (const int result :
+         {config_read_int("k", &value), config_read_string("k", text.data(), 4),
+          config_write_int("k", 1), config_write_string("k", "1"), config_status("k", &status),
+          config_change_register("k", told, nullptr), config_change_deregister("k", told, nullptr)})
+        EXPECT_EQ(result, -ENOTCONN);
+    EXPECT_EQ(value, 77);
+    EXPECT_EQ(status, 7);
+    EXPECT_STREQ(text.data(), "old");
+}
+
+} // namespace

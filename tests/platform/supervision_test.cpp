@@ -1,0 +1,167 @@
+// SPDX-License-Identifier: MIT
+#include "ap/supervision.h"
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdlib>
+#include <string>
+
+#include "ap/log.h"
+#include "host/clock.h"
+#include "host/descriptor.h"
+#include "host/host.h"
+#include "host/logging.h"
+
+namespace {
+
+std::string logged;
+
+// The service manager's end of the socket that NOTIFY_SOCKET names.
+class Manager {
+public:
+    explicit Manager(const std::string& path)
+        : socket_(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0))
+    {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        path.copy(address.sun_path, sizeof address.sun_path);
+        if (path[0] == '@')
+            address.sun_path[0] = '\0';
+        const auto size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + path.size());
+        EXPECT_EQ(bind(socket_.get(), reinterpret_cast<sockaddr*>(&address), size), 0);
+    }
+    // The messages since the last call.
+    std::string heard() const
+    {
+        std::string all;
+        std::array<char, 256> message{};
+        ssize_t length = 0;
+        while ((length = recv(socket_.get(), message.data(), message.size(), 0)) > 0)
+            all.append(message.data(), static_cast<std::size_t>(length)).append(" ");
+        return all;
+    }
+
+private:
+    host::Descriptor socket_;
+};
+
+class Supervision : public testing::Test {
+protected:
+    Supervision()
+    {
+        host::clock::make_virtual();
+        host::set_log_sink([](int, std::string_view text) { logged += text; });
+        logged.clear();
+        unlink(path.c_str());
+        unsetenv("NOTIFY_SOCKET");
+        unsetenv("WATCHDOG_USEC");
+    }
+    ~Supervision() override { unlink(path.c_str()); }
+    void run(std::uint64_t milliseconds) const { loop->run_for(milliseconds); }
+
+    _fdloop_t* const loop = fdloop_init();
+    const std::string path = testing::TempDir() + "power_man_notify_" + std::to_string(getpid());
+};
+
+TEST_F(Supervision, SpeaksTheNotifyProtocol)
+{
+    for (const std::string& name : {path, "@power_man_test_" + std::to_string(getpid())}) {
+        const Manager manager(name);
+        setenv("NOTIFY_SOCKET", name.c_str(), 1);
+        EXPECT_EQ(appmgr_alive_fdloop_register(loop), 0);
+        EXPECT_EQ(appmgr_signal(), 0);
+        EXPECT_EQ(manager.heard(), "READY=1 ");
+        run(3600'000);
+        EXPECT_EQ(manager.heard(), "") << "nobody waits for signs of life";
+        EXPECT_EQ(appmgr_set_dead_time(60000), 0);
+        EXPECT_EQ(manager.heard(), "WATCHDOG_USEC=60000000 ");
+        run(29'999);
+        EXPECT_EQ(manager.heard(), "");
+        run(60'001);
+        EXPECT_EQ(manager.heard(), "WATCHDOG=1 WATCHDOG=1 WATCHDOG=1 ");
+        EXPECT_EQ(appmgr_set_dead_time(1000), 0); // also for the beat that is on its way
+        run(1000);
+        EXPECT_EQ(manager.heard(), "WATCHDOG_USEC=1000000 WATCHDOG=1 WATCHDOG=1 ");
+        EXPECT_EQ(appmgr_set_dead_time(1), 0);
+        run(3); // comes back: no beat is due at once for ever
+        EXPECT_EQ(appmgr_set_dead_time(0), 0);
+        manager.heard();
+        run(3600'000);
+        EXPECT_EQ(manager.heard(), "");
+    }
+    EXPECT_EQ(logged, "");
+}
+
+TEST_F(Supervision, TakesTheManagersOwnDeadTime)
+{
+    const Manager manager(path);
+    setenv("NOTIFY_SOCKET", path.c_str(), 1);
+    for (const char* const bad : {"", "x", "-5", "10s", "99999999999999999999999"}) {
+        setenv("WATCHDOG_USEC", bad, 1);
+        appmgr_alive_fdloop_register(loop);
+        run(3600'000);
+        EXPECT_EQ(manager.heard(), "") << bad;
+    }
+    setenv("WATCHDOG_USEC", "20000000", 1);
+    appmgr_alive_fdloop_register(loop);
+    run(20'000);
+    EXPECT_EQ(manager.heard(), "WATCHDOG=1 WATCHDOG=1 ");
+}
+
+TEST_F(Supervision, AManagerThatIsNotReachedIsOneLogLine)
+{
+    appmgr_alive_fdloop_register(loop);
+    for (const std::string& name : {path, std::string(200, 'n')}) {
+        setenv("NOTIFY_SOCKET", name.c_str(), 1);
+        EXPECT_LT(appmgr_set_dead_time(1000), 0);
+        EXPECT_LT(appmgr_signal(), 0);
+        run(10'000);
+        const char* const why = name == path ? "No such file or directory" : "File name too long";
+        EXPECT_EQ(logged, "Supervision at " + name + " is not reached: " + why + "\n");
+
+        // It is told again once a manager was there in between.
+        const Manager manager(path);
+        setenv("NOTIFY_SOCKET", path.c_str(), 1);
+        run(500);
+        EXPECT_EQ(manager.heard(), "WATCHDOG=1 ");
+        logged.clear();
+        unlink(path.c_str());
+    }
+    run(5'000);
+    EXPECT_EQ(logged, "Supervision at " + path + " is not reached: No such file or directory\n");
+}
+
+TEST_F(Supervision, WithoutAManagerNothingEverWakesTheLoop)
+{
+    setenv("WATCHDOG_USEC", "1000000", 1);
+    EXPECT_EQ(appmgr_alive_fdloop_register(loop), 0);
+    EXPECT_EQ(appmgr_set_dead_time(1000), 0);
+    EXPECT_EQ(appmgr_signal(), 0);
+    const std::uint64_t callbacks = loop->statistics().callbacks;
+    run(3600'000);
+    EXPECT_EQ(loop->statistics().callbacks, callbacks);
+    EXPECT_EQ(logged, "");
+}
+
+TEST(LogDeathTest, LinesReachStandardErrorByLevel)
+{
+    const auto lines = [] {
+        qv_slog(3, "a %s\n", "line");
+        qv_slog(6, "too detailed\n");
+        qv_slog(5, "%s", std::string(2000, 'x').c_str());
+        qv_panic("panic %d\n", 7);
+    };
+    const std::string cut(1023, 'x');
+    setenv("AP_LOG_LEVEL", "5", 1);
+    EXPECT_EXIT(lines(), testing::KilledBySignal(SIGABRT), "^a line\n" + cut + "\npanic 7\n$");
+    setenv("JOURNAL_STREAM", "1:2", 1);
+    EXPECT_EXIT(lines(), testing::KilledBySignal(SIGABRT),
+                "^<3>a line\n<5>" + cut + "\n<1>panic 7\n$");
+}
+
+} // namespace
