@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: MIT
+#include "base/terminal.h"
+
+#include <array>
+#include <cstring>
+
+#include "ap/config.h"
+
+qv_trace_group_t* tg_pwr_man = nullptr;
+_fdloop_t* main_fdloop = nullptr;
+_cbus_conn_t* cbus_conn = nullptr;
+
+namespace {
+
+constexpr const char* platform_id_key = "ram.platform.id";
+
+std::array<char, 16> platform_id{}; // empty: not read yet
+
+} // namespace
+
+const char* pwr_mgr_get_platform_id()
+{
+    if (platform_id[0] == '\0' &&
+        config_read_string(platform_id_key, platform_id.data(), platform_id.size() - 1) != 0) {
+        qv_slog(1, "Failed to read config: %s", platform_id_key);
+        platform_id[0] = '\0';
+    }
+    return platform_id.data();
+}
+
+void pwr_mgr_reset_platform_id()
+{
+    platform_id[0] = '\0';
+}
+
+namespace power_man {
+
+bool platform_is(const char* id)
+{
+    return std::strcmp(pwr_mgr_get_platform_id(), id) == 0;
+}
+
+bool tracing(Trace letter)
+{
+    return tg_pwr_man != nullptr && tg_pwr_man->enabled != 0 &&
+           (tg_pwr_man->mask & static_cast<std::uint32_t>(letter)) != 0;
+}
+
+void assertion_failed(const char* source, int line)
+{
+    qv_panic("*** ASSERT in %s at %d\n", source, line);
+}
+
+} // namespace power_man

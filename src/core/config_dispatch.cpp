@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: MIT
+#include "core/config_dispatch.h"
+
+#include <cstring>
+#include <span>
+
+#include "ap/log.h"
+#include "base/config_keys.h"
+#include "base/terminal.h"
+#include "usb/isdn_power.h"
+#include "usb/usb_power.h"
+
+namespace {
+
+void usb_changed(std::int32_t)
+{
+    if (power_man::tracing())
+        qv_slogd("CFG_USB changed\n");
+    apply_usb_config(0);
+}
+
+// The extended port follows a power cycle only.
+void usb_extended_changed(std::int32_t)
+{
+    if (power_man::tracing())
+        qv_slogd("CFG_USB_EXT changed\n");
+    apply_usb_config(1);
+}
+
+struct KeyAction {
+    const char* key;
+    void (*action)(std::int32_t value);
+};
+
+constexpr KeyAction key_actions[] = {
+    {power_man::key::usb_enabled, usb_changed},
+    {power_man::key::usb_extended, usb_extended_changed},
+    {power_man::key::isdn_enabled, set_isdn_power},
+};
+
+} // namespace
+
+void pwr_mgr_config_changed_cb(unsigned int nbr_of_rec, const config_data_t* data, void*)
+{
+    if (nbr_of_rec == 0)
+        return;
+    for (const config_data_t& record : std::span(data, nbr_of_rec)) {
+        for (const KeyAction& row : key_actions) {
+            if (std::strcmp(row.key, record.key) != 0)
+                continue;
+            if (record.data != nullptr)
+                row.action(*static_cast<const std::int32_t*>(record.data));
+            break;
+        }
+    }
+}

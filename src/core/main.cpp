@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: MIT
+// The entry of the daemon. It has no options: the arguments are not looked at.
+#include <unistd.h>
+
+#include "ap/log.h"
+#include "ap/loop.h"
+#include "ap/shell.h"
+#include "base/terminal.h"
+#include "console/fdloop_telnetd.h"
+#include "core/pwr_mgr_main.h"
+#include "temperature/temp_sensors.h"
+
+namespace {
+
+constexpr int missing_loop_line = 1231; // by which the support staff know this fault
+
+// A shell on the terminal for somebody who starts the daemon by hand, telnet otherwise.
+void open_console()
+{
+    if (tcgetpgrp(STDIN_FILENO) == getpgrp())
+        fdloop_shell_init(main_fdloop, "power_man");
+    else
+        fdloop_telnetd_init(main_fdloop, "tcp*127.0.0.1*2205", "power_man");
+}
+
+} // namespace
+
+int main()
+{
+    pwr_mgr_poe = new PwrMgrPoe;
+    pwr_mgr_phone = new PwrMgrPhone;
+    tg_pwr_man = qv_xtrace_init("pwr_man", "C:\tCommon\nD:\tDetailed trace\n", 4);
+    qv_set_default_sig_handlers();
+    main_fdloop = fdloop_init();
+    if (main_fdloop == nullptr)
+        qv_panic("*** ASSERT in %s at %d\n", "pwr_mgr_main", missing_loop_line);
+    pwr_mgr_init();
+    open_console();
+    if (power_man::has_temp_copy())
+        fdloop_timer_add(main_fdloop, power_man::temp_copy_period_ms, platform_temp_copy_cb,
+                         nullptr);
+    fdloop_loop(main_fdloop);
+    delete pwr_mgr_poe;
+    delete pwr_mgr_phone;
+    return 0;
+}

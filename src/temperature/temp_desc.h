@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: MIT
+// The constant description of every temperature sensor, and what is known of each now.
+//
+// Temperatures are degrees Celsius. Each interval has an inclusive range; ranges of neighbours
+// overlap, which is the hysteresis.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+using temp_action_fn = void (*)();
+
+struct temp_range_t {
+    std::int32_t min;
+    std::int32_t max;
+};
+
+inline constexpr std::size_t temp_interval_count = 5;
+inline constexpr std::size_t temp_alarm_count = 7;
+inline constexpr std::size_t temp_sensor_count = 8;
+
+struct temp_sensor_desc_t {
+    const char* name;
+    const char* key;        // of the sensor's temperature
+    std::int32_t init_temp; // -273: no reading yet
+    std::int32_t init_intv;
+    std::array<std::int32_t, temp_alarm_count> alarm2intv;    // -1: the temperature decides
+    std::array<const char*, temp_interval_count> intv_name;   // null beyond the last interval
+    std::array<temp_range_t, temp_interval_count> range_bat;  // without external supply
+    std::array<temp_range_t, temp_interval_count> range_ac;   // with it
+    std::array<temp_action_fn, temp_interval_count> act_up;   // [k]: from k up to k + 1
+    std::array<temp_action_fn, temp_interval_count> act_down; // [k]: from k down to k - 1
+};
+
+struct temp_mon_rec_t {
+    std::int32_t intv;     // 0 to 4
+    std::int32_t alarm_id; // the last one that decided
+    std::int32_t temp;     // the last one evaluated; 0 for a sensor that reports alarms
+};
+
+// Index: the sensor's number.
+extern const std::array<temp_sensor_desc_t, temp_sensor_count> temp_desc;
+extern std::array<temp_mon_rec_t, temp_sensor_count> temp_mon_rec;
+
+// Index: the alarm id that an amplifier reports.
+extern const std::array<const char*, temp_alarm_count> temp_state_text;
+
+namespace power_man {
+
+enum TempSensor : int {
+    battery = 0,
+    radio_module = 1,
+    hpa = 2,
+    radio_module_v640 = 3,
+    radio_module_v150 = 4,
+    hpa_adu = 5,
+    radio_module_bdu = 6,
+    radio_module_v360 = 7
+};
+
+// The highest interval that has a name and a range: 4, or 2 for a three-interval sensor.
+std::int32_t last_interval(const temp_sensor_desc_t& sensor);
+
+} // namespace power_man

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: MIT
+// Where the terminal's temperatures come from.
+#pragma once
+
+#include "ap/config.h"
+
+// Every sensor back to its initial interval and temperature.
+void init_temp_mon_rec();
+
+// Follows the terminal's temperature keys and evaluates their present values once. Also asks
+// the PSU MCU to publish the external supply, which every evaluation needs.
+void select_temp_sensors();
+
+// Evaluates changed temperatures, amplifier states and supply, in the order of the records.
+void temperature_change_cb(unsigned int nbr_of_rec, const config_data_t* data, void* user);
+
+// Timer callback: copies the amplifier's temperature and state (and the ACM's, where there is
+// one) from the platform's keys to the status keys, and adds itself again.
+int platform_temp_copy_cb(void* user);
+
+namespace power_man {
+
+inline constexpr unsigned int temp_copy_period_ms = 5000;
+
+// True on the terminals with an amplifier, where the copying is needed.
+bool has_temp_copy();
+
+} // namespace power_man

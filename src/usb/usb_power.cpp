@@ -1,0 +1,165 @@
+// SPDX-License-Identifier: MIT
+#include "usb/usb_power.h"
+
+#include <fcntl.h>
+
+#include <array>
+#include <exception>
+#include <memory>
+
+#include "ap/config.h"
+#include "ap/device.h"
+#include "ap/log.h"
+#include "ap/output.h"
+#include "ap/text.h"
+#include "base/config_keys.h"
+#include "base/terminal.h"
+#include "gpio/device_file.h"
+#include "gpio/interrupt_file.h"
+#include "usb/usb_fault_handler.h"
+#include "usb/usb_pins.h"
+
+UsbFaultHandler* usb_fault_handler = nullptr;
+
+namespace {
+
+namespace key = power_man::key;
+
+constexpr const char* export_path = "/sys/class/gpio/export";
+constexpr const char* pin_prefix = "/sys/class/gpio/gpio";
+constexpr const char* usb_capability = "ram.platform.capabilities.usb";
+
+constexpr unsigned int over_current_gpio = 81;
+constexpr unsigned int off_time_ms = 20;
+
+using PinPath = std::array<char, 256>;
+
+PinPath pin_path(const char* pin, const char* file)
+{
+    PinPath path;
+    qv_snprintf(path.data(), path.size(), "%s%s%s", pin_prefix, pin, file);
+    return path;
+}
+
+// 0 for a key that cannot be read.
+int read_or_zero(const char* name)
+{
+    std::int32_t value = 0;
+    config_read_int(name, &value);
+    return value;
+}
+
+// Watches the over-current line from now on. Without its value file USB stays on unwatched, and
+// the next USB on tries again.
+void watch_over_current()
+{
+    static bool reported = false;
+    if (usb_fault_handler != nullptr)
+        return;
+    auto handler = std::make_unique<UsbFaultHandler>();
+    auto line = std::make_unique<InterruptFile>(over_current_gpio, handler.get());
+    try {
+        line->initialize(main_fdloop);
+    } catch (const std::exception& failure) {
+        if (!reported)
+            qv_slog(3, "USB over-current on GPIO %u is not watched: %s\n", over_current_gpio,
+                    failure.what());
+        reported = true;
+        return;
+    }
+    reported = false;
+    // Both live as long as the process: the loop calls them until its end.
+    [[maybe_unused]] static const InterruptFile* const over_current_line = line.release();
+    usb_fault_handler = handler.release();
+}
+
+} // namespace
+
+int gpio_exp_pin(const char* pin, const char* state)
+{
+    const PinPath directory = pin_path(pin, "");
+    if (!device_exists(export_path))
+        return -1; // a board without sysfs GPIO
+    if (!device_exists(directory.data())) {
+        power_man::DeviceFile exporter(export_path, O_WRONLY);
+        if (exporter.is_open() && !exporter.write(pin))
+            qv_slog(3, "write error");
+        exporter.close();
+        if (!device_exists(directory.data())) {
+            qv_slog(4, "%s not found", directory.data());
+            return -1;
+        }
+    }
+    power_man::DeviceFile direction(pin_path(pin, "/direction").data(), O_WRONLY);
+    if (!direction.is_open())
+        return direction.fd();
+    if (!direction.write(state))
+        qv_slog(3, "write error");
+    return direction.close();
+}
+
+int gpio_pin_present(const char* pin)
+{
+    if (!device_exists(export_path))
+        return 0;
+    return device_exists(pin_path(pin, "").data());
+}
+
+int read_capability(const char* name)
+{
+    std::int32_t value = 0;
+    if (config_read_int(name, &value) != 0)
+        qv_slog(4, "This capabilities %s is not available in this product", name);
+    return value;
+}
+
+void pwr_mgr_usb_power(int on, int extended)
+{
+    const power_man::UsbPinTable* const table = power_man::find_usb_pins();
+    if (table == nullptr) {
+        qv_slog(3, "Failed to set usb power: unknown platform [%s]", pwr_mgr_get_platform_id());
+        return;
+    }
+    if (table->chip != nullptr && !device_exists(table->chip)) {
+        qv_slog(3, "%s not found", table->chip);
+        config_write_int(key::usb_status, 0);
+        return;
+    }
+    for (const power_man::UsbPin& row : on != 0 ? table->on : table->off) {
+        const char* const follow_extended = extended != 0 ? "high" : "low";
+        gpio_exp_pin(row.pin, row.state != nullptr ? row.state : follow_extended);
+    }
+    if (on != 0 && table->over_current_line)
+        watch_over_current();
+}
+
+void apply_usb_config(int cycle)
+{
+    if (read_or_zero(usb_capability) == 0)
+        return;
+    const int enabled = read_or_zero(key::usb_enabled);
+    if (cycle == 1) {
+        qv_printf("set_off_on USB\n");
+        pwr_mgr_usb_power(0, 0);
+        qv_time_ms_delay(off_time_ms);
+    }
+
+    std::int32_t held = 0;
+    if (config_read_int(key::usb_extended_held, &held) != 0)
+        qv_slog(4, "Failed to read config: %s", key::usb_extended_held);
+    if (power_man::tracing()) {
+        qv_slogd("usb_ext_pwr_controlled=%d\n", held);
+        qv_slogd("%s", held != 0 ? "usb_ext_pwr_controlled - update RAM_STATUS_USB\n"
+                                 : "Not usb_ext_pwr_controlled - update RAM_STATUS_USB/EXT\n");
+    }
+
+    if (held != 0) {
+        pwr_mgr_usb_power(enabled, 0);
+        config_write_int(key::usb_status, enabled);
+        return;
+    }
+    const int extended = read_or_zero(key::usb_extended);
+    pwr_mgr_usb_power(enabled, extended);
+    config_write_int(key::usb_status, enabled);
+    config_write_int(key::usb_extended_status, extended);
+}

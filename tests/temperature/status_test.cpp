@@ -1,0 +1,326 @@
+// SPDX-License-Identifier: MIT
+#include "temperature/temp_status.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+#include "base/config_keys.h"
+#include "support/model_name.h"
+#include "support/terminal.h"
+
+namespace {
+
+namespace key = power_man::key;
+
+// What the command prints while no console connection is being served: it goes to standard
+// output. Line ends as the daemon writes them, without the console's carriage returns.
+std::string temp_status(int arguments = 1, int expected_result = SHELL_OK)
+{
+    std::FILE* const file = std::tmpfile();
+    std::fflush(stdout);
+    const int terminal = dup(STDOUT_FILENO);
+    dup2(fileno(file), STDOUT_FILENO);
+    char name[] = "temp_status";
+    char argument[] = "now";
+    std::array<char*, 3> values = {name, arguments > 1 ? argument : nullptr, nullptr};
+    EXPECT_EQ(temp_status_command.handler(arguments, values.data()), expected_result);
+    std::fflush(stdout);
+    dup2(terminal, STDOUT_FILENO);
+    close(terminal);
+    std::string text(8192, '\0');
+    text.resize(static_cast<std::size_t>(
+        std::max<ssize_t>(0, pread(fileno(file), text.data(), text.size(), 0))));
+    std::fclose(file);
+    std::erase(text, '\r');
+    return text;
+}
+
+struct Model {
+    const char* platform;
+    int supply;
+    int degrees;
+    const char* cool;    // at 20 C
+    const char* limited; // at `degrees`, with every limitation key set
+};
+
+class Status : public testing::TestWithParam<Model> {};
+
+TEST_P(Status, ShowsTheModel)
+{
+    const Model& model = GetParam();
+    Terminal terminal(model.platform);
+    terminal.write({{key::external_supply, model.supply},
+                    {key::battery_temperature, 20},
+                    {key::mainboard_temperature, 20},
+                    {key::hpa_temperature, -15},
+                    {key::hpa_temperature_state, 5}});
+    terminal.start();
+    for (const char* const name : {key::usb_held, key::usb_extended_held,
+                                   "ram.status.power_management.lan.poe.pwr_controlled",
+                                   key::limit_background, key::close_connections, key::power_off})
+        terminal.write(name, 0);
+    EXPECT_EQ(temp_status(), model.cool);
+
+    terminal.write({{key::battery_temperature, model.degrees},
+                    {key::mainboard_temperature, model.degrees},
+                    {key::hpa_temperature, 456},
+                    {key::hpa_temperature_state, 3}});
+    for (const char* const name : {key::usb_held, key::usb_extended_held,
+                                   "ram.status.power_management.lan.poe.pwr_controlled",
+                                   key::limit_background, key::close_connections, key::power_off})
+        terminal.write(name, -1);
+    EXPECT_EQ(temp_status(), model.limited);
+    EXPECT_EQ(temp_status(2, SHELL_USAGE), "");
+    EXPECT_EQ(temp_status(0, SHELL_USAGE), "");
+}
+
+const Model models[] = {
+    {"qv1101A", 1, 66, R"(Terminal is powered by AC 
+
+Temp sensor name : Battery
+Temperature      : 20
+State-Temperature: 20
+State            : Normal Operation
+Temp limits (Bat): -25,52
+Temp limits (AC) : -25,65
+
+Power management limitation :
+
+)",
+     R"(Terminal is powered by AC 
+
+Temp sensor name : Battery
+Temperature      : 66
+State-Temperature: 66
+State            : Reduced Performance
+Temp limits (Bat): 50,55
+Temp limits (AC) : 60,69
+
+Power management limitation :
+   USB - Off
+   USB extern host - Off
+   PoE - Off
+   Background connections - Limited
+   Connections Closed
+   Power Off terminal
+
+)"},
+    {"qv1202B", 0, 76, R"(Terminal is powered by DC 
+
+Temp sensor name : Radio Module
+Temperature      : 20
+State-Temperature: 20
+State            : Normal Operation
+Temp limits (Bat): -25,70
+Temp limits (AC) : -25,70
+
+Temp sensor name : HPA
+Temperature      : -1
+State-Temperature: 0
+State            : Low Temperature
+HPA Temp state   : Too Low
+
+
+Power management limitation :
+
+)",
+     R"(Terminal is powered by DC 
+
+Temp sensor name : Radio Module
+Temperature      : 76
+State-Temperature: 76
+State            : Closing connections
+Temp limits (Bat): 70,80
+Temp limits (AC) : 70,80
+
+Temp sensor name : HPA
+Temperature      : 45
+State-Temperature: 0
+State            : Closing connections
+HPA Temp state   : Critical High
+
+
+Power management limitation :
+   USB
+   USB extern host
+   Background connections - Limited
+   Connections Closed
+   Power Off terminal
+
+)"},
+    {"qv1305A", 1, 84, R"(Terminal is powered by AC 
+
+Temp sensor name : Radio Module - V640
+Temperature      : 20
+State-Temperature: 20
+State            : Normal Operation
+Temp limits (Bat): -25,83
+Temp limits (AC) : -25,83
+
+Power management limitation :
+
+)",
+     R"(Terminal is powered by AC 
+
+Temp sensor name : Radio Module - V640
+Temperature      : 84
+State-Temperature: 84
+State            : Power Off
+Temp limits (Bat): 60,100
+Temp limits (AC) : 60,100
+
+Power management limitation :
+   USB
+   USB extern host
+   Background connections - Limited
+   Connections Closed
+   Power Off terminal
+
+)"},
+    // Beyond the last interval: its name, no limits.
+    {"qv1403A", 1, 76, R"(Terminal is powered by AC 
+
+Temp sensor name : Radio Module - V360
+Temperature      : 20
+State-Temperature: 20
+State            : Normal Operation
+Temp limits (Bat): -25,70
+Temp limits (AC) : -25,70
+
+Power management limitation :
+
+)",
+     R"(Terminal is powered by AC 
+
+Temp sensor name : Radio Module - V360
+Temperature      : 76
+State-Temperature: 76
+State            : Power Off
+Temp limits (Bat): 0,0
+Temp limits (AC) : 0,0
+
+Power management limitation :
+   USB
+   USB extern host
+   Background connections - Limited
+   Connections Closed
+   Power Off terminal
+
+)"},
+    {"qv2500A", 0, -41, R"(Terminal is powered by DC 
+
+Temp sensor name : Radio Module - V150
+Temperature      : 20
+State-Temperature: 20
+State            : Normal Operation
+Temp limits (Bat): -40,83
+Temp limits (AC) : -40,83
+
+Power management limitation :
+
+)",
+     R"(Terminal is powered by DC 
+
+Temp sensor name : Radio Module - V150
+Temperature      : -41
+State-Temperature: -41
+State            : Low Temperature
+Temp limits (Bat): -273,-38
+Temp limits (AC) : -273,-38
+
+Power management limitation :
+   Power Off terminal
+
+)"},
+    {"qv1608B", 1, 81, R"(Terminal is powered by AC 
+
+Temp sensor name : Radio Module - Morvin BDU
+Temperature      : 20
+State-Temperature: 20
+State            : Normal Operation
+Temp limits (AC) : -25,72
+
+Temp sensor name : HPA - Morvin ADU
+Temperature      : -1
+State-Temperature: 0
+State            : Low Temperature
+HPA Temp state   : Too Low
+
+
+Power management limitation :
+
+)",
+     R"(Terminal is powered by AC 
+
+Temp sensor name : Radio Module - Morvin BDU
+Temperature      : 81
+State-Temperature: 81
+State            : Power Off
+Temp limits (AC) : 60,100
+
+Temp sensor name : HPA - Morvin ADU
+Temperature      : 45
+State-Temperature: 0
+State            : Closing connections
+HPA Temp state   : Critical High
+
+
+Power management limitation :
+   Background connections - Limited
+   Connections Closed
+   Power Off terminal
+
+)"},
+};
+INSTANTIATE_TEST_SUITE_P(Models, Status, testing::ValuesIn(models), model_name<Model>);
+
+TEST(StatusReport, EndsWhereAKeyIsMissing)
+{
+    Terminal terminal("qv1202B");
+    terminal.write({{key::external_supply, 1},
+                    {key::mainboard_temperature, 20},
+                    {key::hpa_temperature, 300},
+                    {key::hpa_temperature_state, 7}});
+    terminal.start();
+    const auto lines = [](const std::string& text) {
+        return std::count(text.begin(), text.end(), '\n');
+    };
+    const std::string unknown = temp_status();
+    // The unknown state was not evaluated.
+    EXPECT_NE(unknown.find("Temperature      : 30\nState-Temperature: -27\n"
+                           "State            : Normal Operation\nHPA Temp state   : Uknown\n\n\n"),
+              std::string::npos)
+        << unknown;
+    EXPECT_EQ(lines(unknown), 18);
+    terminal.write(key::hpa_temperature_state, -1);
+    EXPECT_EQ(temp_status(), unknown);
+    terminal.remove(key::close_connections); // no line of its own, nothing else
+    EXPECT_EQ(temp_status(), unknown);
+
+    terminal.remove(key::hpa_temperature_state);
+    EXPECT_EQ(temp_status(), unknown.substr(0, unknown.find("HPA Temp state")));
+    terminal.write_text(key::hpa_temperature, "warm");
+    const std::string module_only = temp_status();
+    EXPECT_EQ(module_only, unknown.substr(0, unknown.find("Temp sensor name : HPA")));
+    terminal.remove(key::mainboard_temperature);
+    EXPECT_EQ(temp_status(), "");
+    terminal.write(key::mainboard_temperature, 20);
+    EXPECT_EQ(temp_status(), module_only);
+    terminal.remove(key::external_supply);
+    EXPECT_EQ(temp_status(), "");
+}
+
+TEST(StatusReport, IsEmptyOnAnUnknownModel)
+{
+    Terminal terminal("qv1202B");
+    terminal.write_text("ram.platform.id", "qv1202");
+    terminal.write({{key::external_supply, 1}, {key::mainboard_temperature, 20}});
+    terminal.start();
+    EXPECT_EQ(temp_status(), "");
+}
+
+} // namespace
