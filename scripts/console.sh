@@ -1,0 +1,74 @@
+# SPDX-License-Identifier: MIT
+# A daemon on an emulated board, and its telnet console, for scripts; to be sourced with bash.
+#
+#   start_daemon MODEL   makes a board in $board and starts the daemon on it
+#   ask COMMAND          runs a console command; its output, without echo and prompt
+#   stop_daemon          ends both
+#
+# Needs $daemon (the program) and $work (a directory).
+
+console=
+daemon_pid=
+port=
+
+# Reads up to the prompt and prints what stood before it.
+until_prompt() {
+    local chunk text=
+    while IFS= read -r -t 5 -d '>' -u "$console" chunk; do
+        text+=$chunk
+        if [ "${text%power_man}" != "$text" ]; then
+            IFS= read -r -t 5 -N 1 -u "$console" chunk # the blank behind it
+            printf '%s' "${text%power_man}"
+            return
+        fi
+        text+='>'
+    done
+    die "the console does not answer"
+}
+
+connect() {
+    local try
+    for try in $(seq 50); do
+        kill -0 "$daemon_pid" 2>/dev/null || return 1
+        if { exec {console}<>"/dev/tcp/127.0.0.1/$port"; } 2>/dev/null; then
+            until_prompt >/dev/null
+            return 0
+        fi
+        sleep 0.1
+    done
+    return 1
+}
+
+# Another program may have the port already: the daemon says so and ends, and the next is tried.
+start_daemon() {
+    local try
+    board=$work/$1
+    [ -d "$board" ] || board/make-board "$1" "$board" >/dev/null
+    for try in $(seq 10); do
+        port=$((20000 + RANDOM % 20000))
+        AP_BOARD_ROOT=$board AP_DATABASE_SEED=$board/seed AP_CONSOLE_PORT=$port \
+            "$daemon" </dev/null >"$work/log" 2>&1 &
+        daemon_pid=$!
+        connect && return
+        stop_daemon
+    done
+    die "the daemon does not start: $(cat "$work/log")"
+}
+
+ask() {
+    local output
+    printf '%s\n' "$1" >&"$console"
+    output=$(until_prompt)
+    output=${output//$'\r'/}
+    printf '%s' "${output#*$'\n'}" # the first line is the echo
+}
+
+stop_daemon() {
+    [ -z "$console" ] || exec {console}>&-
+    console=
+    if [ -n "$daemon_pid" ]; then
+        kill "$daemon_pid" 2>/dev/null || true
+        wait "$daemon_pid" 2>/dev/null || true
+    fi
+    daemon_pid=
+}

@@ -1,0 +1,127 @@
+# SPDX-License-Identifier: MIT
+# The scenes of the demo; to be sourced by it.
+
+mainboard=rmcfg.sys.mainboard.temperature
+
+title 'A qv1202B warms up'
+boot qv1202B
+
+reading 'A cold morning' $mainboard -26 'Low Temperature' <<'END'
+END
+reading 'In use' $mainboard 40 'Normal Operation' <<'END'
+END
+reading 'On the limit: still normal' $mainboard 70 'Normal Operation' <<'END'
+END
+reading 'Above it' $mainboard 71 'Reduced Performance' <<'END'
+set ram.status.power_management.limit_background 1
+set rmcfg.sys.reduce_background_datarate 1
+raise EV_AP_HIGH_TEMP_LIMIT_BACKGROUND
+pin 249 high
+pin 250 high
+pin 251 high
+pin 252 low
+pin 253 in
+pin 254 in
+pin 255 high
+set ram.status.interfaces.usb.extended_host_interface 0
+set ram.status.power_management.usb.extended.pwr_controlled 1
+raise EV_AP_HIGH_TEMP_USB_EXT
+set ram.status.power_management.lan.poe.pwr_controlled 1
+raise EV_AP_HIGH_TEMP_POE
+END
+reading 'A little cooler: hysteresis' $mainboard 66 'Reduced Performance' <<'END'
+END
+reading 'Hotter' $mainboard 76 'Closing connections' <<'END'
+set ram.status.power_management.close_connections 1
+raise EV_AP_HIGH_TEMP_CLOSE_CONNECTIONS
+END
+reading 'Too hot: the PSU MCU is asked to reboot' $mainboard 81 'Power Off' <<'END'
+set ram.status.power_management.power_off 1
+raise EV_AP_HIGH_TEMP_CLOSE_TERMINAL
+signal psumcu.powerctrl.reboot "0, Rebooting terminal due to high temperature"
+END
+reading 'Cool again: everything comes back' $mainboard 50 'Normal Operation' <<'END'
+set ram.status.power_management.close_connections 0
+clear EV_AP_HIGH_TEMP_CLOSE_CONNECTIONS
+set ram.status.power_management.limit_background 0
+set rmcfg.sys.reduce_background_datarate 0
+clear EV_AP_HIGH_TEMP_LIMIT_BACKGROUND
+pin 249 high
+pin 250 high
+pin 251 high
+pin 252 high
+pin 253 in
+pin 254 in
+pin 255 high
+set ram.status.interfaces.usb.extended_host_interface 1
+set ram.status.power_management.usb.extended.pwr_controlled 0
+clear EV_AP_HIGH_TEMP_USB_EXT
+set ram.status.power_management.lan.poe.pwr_controlled 0
+clear EV_AP_HIGH_TEMP_POE
+END
+stop_daemon
+
+title 'A qv1608B has a USB short circuit'
+boot qv1608B
+over_current=$board/sys/class/gpio/gpio81/value
+
+# A short while USB has power: the line falls; without power it rises again.
+short_circuit() {
+    echo 0 >"$over_current"
+    sleep 0.05
+    echo 1 >"$over_current"
+}
+
+printf '\n  A short that is gone when the power comes back:\n'
+short_circuit
+await 4 1 'clear USB short circuit'
+expect 'The short circuit that clears' <<'END'
+raise USB short circuit
+pin 80 high
+pin 80 low
+clear USB short circuit
+END
+
+printf '\n  A short that persists over two power cycles: one report, no end until it is quiet:\n'
+short_circuit
+for cycle in 1 2; do
+    await 3 1 'pin 80 low'
+    all=${all-}$seen
+    [ "$cycle" = 2 ] || short_circuit
+done
+await 4 1 'clear USB short circuit'
+seen=$all$seen
+expect 'The short circuit that persists' <<'END'
+raise USB short circuit
+pin 80 high
+pin 80 low
+pin 80 high
+pin 80 low
+clear USB short circuit
+END
+stop_daemon
+
+title 'A qv1101A loses its supply at 60 degrees'
+boot qv1101A
+battery=ram.status.battery.1.temperature
+
+reading 'Warm, on external supply' $battery 60 'Normal Operation' <<'END'
+END
+reading 'Unplugged: the battery stands less' ram.status.psumcu.events.external_supply 0 'Power Off' <<'END'
+pin 53 low
+pin 54 high
+pin 55 high
+pin 56 high
+pin 52 high
+set ram.status.interfaces.usb.extended_host_interface 0
+set ram.status.power_management.usb.extended.pwr_controlled 1
+raise EV_AP_HIGH_TEMP_USB_EXT
+set ram.status.power_management.limit_background 1
+set rmcfg.sys.reduce_background_datarate 1
+raise EV_AP_HIGH_TEMP_LIMIT_BACKGROUND
+set ram.status.power_management.close_connections 1
+raise EV_AP_HIGH_TEMP_CLOSE_CONNECTIONS
+set ram.status.power_management.power_off 1
+raise EV_AP_HIGH_TEMP_CLOSE_TERMINAL
+signal psumcu.powerctrl.reboot "0, Rebooting terminal due to high temperature"
+END

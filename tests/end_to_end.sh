@@ -1,0 +1,88 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
+# The built daemon with real clients: telnet, nc, and those that behave badly.
+#   end_to_end.sh POWER_MAN
+set -euo pipefail
+export LC_ALL=C
+daemon=$(realpath "$1")
+cd "$(dirname "$0")/.."
+. scripts/common.sh
+. scripts/console.sh
+
+work=$(mktemp -d)
+trap 'kill $(jobs -p) 2>/dev/null || true; stop_daemon; rm -rf "$work"' EXIT
+
+check() {
+    local name=$1
+    shift
+    "$@" || die "$name: failed ('$*')"
+    say "ok: $name"
+}
+
+# refused NAME TEXT VARIABLE=VALUE...: the daemon ends with 2 and one line that has the text.
+refused() {
+    local name=$1 text=$2 result=0
+    shift 2
+    env "$@" timeout 10 "$daemon" </dev/null >"$work/out" 2>&1 || result=$?
+    [ "$result" -eq 2 ] && [ "$(wc -l <"$work/out")" -eq 1 ] && grep -qF -- "$text" "$work/out" ||
+        die "$name: exit $result, said: $(cat "$work/out")"
+    say "ok: $name"
+}
+
+printf 'ram.platform.id = qv1101A\nno equals sign\n' >"$work/bad-line"
+printf 'ram.platform.id = qv9999Z\n' >"$work/bad-platform"
+refused 'a bad seed line' 'bad-line:2: ' AP_DATABASE_SEED="$work/bad-line"
+refused 'an unknown platform' "unknown platform 'qv9999Z'" AP_DATABASE_SEED="$work/bad-platform"
+refused 'a missing seed' 'No such file' AP_DATABASE_SEED="$work/none"
+refused 'a board that is not there' 'AP_BOARD_ROOT' AP_BOARD_ROOT="$work/none"
+refused 'a log level' 'AP_LOG_LEVEL' AP_LOG_LEVEL=9
+refused 'a port' 'AP_CONSOLE_PORT' AP_CONSOLE_PORT=telnet
+refused 'a trace letter' 'AP_TRACE' AP_TRACE=pwr_man:X
+refused 'a trace group' 'AP_TRACE' AP_TRACE=other:C
+
+start_daemon qv1101A
+
+# Their output goes to a file: telnet spins when nobody reads it any more.
+by_nc() {
+    printf 'temp_status\nexit\n' | timeout 10 nc 127.0.0.1 "$port" >"$work/nc"
+    grep -q 'Temp sensor name : Battery' "$work/nc"
+}
+by_telnet() {
+    { sleep 0.3; printf 'temp_status\n'; sleep 0.3; printf 'exit\n'; sleep 0.3; } |
+        timeout 10 telnet 127.0.0.1 "$port" >"$work/telnet" 2>&1 || true
+    grep -q 'Temp sensor name : Battery' "$work/telnet"
+}
+still_there() { [ "$(ask 'config get ram.platform.id')" = "qv1101A" ]; }
+
+check 'nc' by_nc
+check 'telnet' by_telnet
+check 'the first client beside them' still_there
+
+head -c 300000 /dev/urandom | timeout 10 nc -q 0 127.0.0.1 "$port" >/dev/null || true
+check 'after garbage' still_there
+head -c 1000000 /dev/zero | tr '\0' x | timeout 10 nc -q 0 127.0.0.1 "$port" >/dev/null || true
+check 'after a megabyte without a line end' still_there
+exec {half}<>"/dev/tcp/127.0.0.1/$port"
+printf '\xff\xfd' >&"$half"
+check 'beside half a telnet command' still_there
+exec {deaf}<>"/dev/tcp/127.0.0.1/$port"
+for _ in $(seq 2000); do
+    printf 'help\n'
+done >&"$deaf"
+check 'beside a client that never reads' still_there
+exec {half}>&- {deaf}>&-
+
+# Nothing wakes it: a process that does not run does not leave the processor either.
+switches() { sed -n 's/^voluntary_ctxt_switches:\s*//p' "/proc/$daemon_pid/status"; }
+idle() {
+    local before
+    sleep 0.3
+    before=$(switches)
+    sleep 1.5
+    [ "$(switches)" -eq "$before" ]
+}
+check 'an idle daemon sleeps' idle
+
+ends_well() { kill -TERM "$daemon_pid" && wait "$daemon_pid"; }
+check 'SIGTERM ends it in an orderly way' ends_well
+daemon_pid=
