@@ -1,29 +1,47 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "ap/bus.h"
 #include "ap/config.h"
+#include "bite/bite_ids.h"
+#include "bite/hnd_api.h"
 
-// The daemon's client of the built-in test equipment for power-on self-tests. So far it waits
-// for the equipment to become ready, and tells so.
-class CBitePostApi {
+// Client for power-on self-tests (POST). For each test: isPostAllowed(), and when it is,
+// setPOST_start(), the test, reportPostResult(). Nothing enforces that order, nothing blocks, and
+// what the handler wants is read from the configuration database at each call. The functions
+// that send return 0 or the bus's error. A copy uses the same connection and callback.
+class CBitePostApi : public CBiteHndApi {
 public:
-    CBitePostApi() = default;
+    enum ePostResult : int { POST_PASSED = 0, POST_FAILED = 1 }; // anything but 0 failed
+
+    CBitePostApi();
     CBitePostApi(const CBitePostApi&) = default;
     CBitePostApi& operator=(const CBitePostApi&) = default;
-    virtual ~CBitePostApi() = default;
+    ~CBitePostApi() override;
 
-    // The connection stays the caller's.
-    virtual void init(_cbus_conn_t* connection);
+    // True while the handler takes reports.
+    virtual bool isPostReady() const;
 
-    // Calls `callback` each time the equipment reports that it is ready. The object must not
-    // move afterwards. Returns the result of the registration.
+    // Calls `callback` each time the handler becomes ready, from the loop. The registration is
+    // never withdrawn: the object must stay where it is. Another callback takes the place of the
+    // first. Returns the result of the registration.
     virtual int registerPostReadyCB(void (*callback)(void*), void* context);
 
-private:
+    // True when the handler asks for the extended tests.
+    virtual bool isPostExtended() const;
+
+    // True, and the handler is told READY, when the test is enabled; a notice says why not.
+    virtual bool isPostAllowed(const CPostId& id) const;
+
+    virtual int setPOST_start(const CPostId& id) const;
+    virtual int reportPostResult(const CPostId& id, ePostResult result) const;
+
+    // The result of the second of two sends: both are made.
+    virtual int reportPostResult(const CPostId& id, ePostResult result, int info) const;
+
+    // Change callback of the ready flag; `user` is the object.
     static void onPostReadyChange(unsigned int count, const config_data_t* records, void* user);
 
-    _cbus_conn_t* connection_ = nullptr;
-    void (*callback_)(void*) = nullptr;
-    void* context_ = nullptr;
+private:
+    void (*callback_)(void*);
+    void* context_;
 };

@@ -12,6 +12,10 @@ class DeviceFile {
 public:
     // `flags` are open's. A failure leaves the file closed, with errno saying why.
     DeviceFile(const char* path, int flags) : fd_(device_open(path, flags)) {}
+
+    // Takes a descriptor of device_open() over.
+    explicit DeviceFile(int fd) : fd_(fd) {}
+
     DeviceFile(const DeviceFile&) = delete;
     DeviceFile& operator=(const DeviceFile&) = delete;
     ~DeviceFile() { close(); }

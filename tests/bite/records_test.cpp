@@ -1,0 +1,285 @@
+// SPDX-License-Identifier: MIT
+// The records of self-tests and CM events: what they write, and what they make of what others
+// have written.
+#include <array>
+#include <sstream>
+#include <type_traits>
+
+#include "bite/cm_event_rec.h"
+#include "bite/handler.h"
+#include "bite/self_test_rec.h"
+
+namespace {
+
+class BiteRecords : public Handler {
+protected:
+    // The keys of a record that change together arrive in one call.
+    BiteRecords() { config_change_register("ram", note_delivery, nullptr); }
+
+    std::string deliveries()
+    {
+        noted.clear();
+        host::instance().loop->run_for(0);
+        return noted;
+    }
+
+    static void note_delivery(unsigned int count, const config_data_t* records, void*)
+    {
+        noted += "[";
+        for (unsigned int i = 0; i < count; ++i) {
+            const std::string key = records[i].key;
+            const auto* const value = static_cast<const std::int32_t*>(records[i].data);
+            noted += (i > 0 ? " " : "") + key.substr(key.rfind('.') + 1) + "=" +
+                     (value != nullptr ? std::to_string(*value) : "?");
+        }
+        noted += "]";
+    }
+
+    static inline std::string noted;
+};
+
+// Fields in the order of their indices.
+std::string fields(const CBiteSelfTestRec& record)
+{
+    std::string text;
+    for (const long value : {long{record.enable()}, long{record.count()}, long{record.result()},
+                             long{record.severity()}, long{record.info()}, long{record.timestamp()},
+                             long{record.executionTime()}})
+        text += std::to_string(value) + " ";
+    return text;
+}
+
+std::string fields(const CCmEventRec& record)
+{
+    std::string text;
+    for (const int value :
+         {record.count(), record.state(), record.severity(), record.info(), record.timestamp()})
+        text += std::to_string(value) + " ";
+    return text;
+}
+
+// Loads a fresh record for each "LEAF VALUE TAKEN" of `rows`: a value in the database, and what
+// the record takes for it. The other fields are as after the construction.
+template <typename Record>
+void expect_taken(std::initializer_list<const char*> leaves, const std::string& prefix,
+                  const char* rows)
+{
+    std::istringstream words(rows);
+    unsigned int id = 4294967000;
+    for (std::string stored, value, taken; words >> stored >> value >> taken;) {
+        ++id;
+        Record record;
+        const std::string key = prefix + std::to_string(id) + "." + stored;
+        const host::Write write{key, value};
+        ASSERT_EQ(0, host::config_write({&write, 1}));
+        EXPECT_EQ(0, record.init(id));
+        std::string expected;
+        for (const std::string leaf : leaves)
+            expected += (leaf == stored ? taken : leaf == "severity" ? "-1" : "0") + " ";
+        EXPECT_EQ(expected, fields(record)) << key << " " << value;
+        std::string_view kept;
+        EXPECT_EQ(0, host::config_read(key, kept));
+        EXPECT_EQ(value, kept); // nothing is mended in the database
+    }
+}
+
+} // namespace
+
+template <typename Record>
+class SelfTestRecords : public BiteRecords {
+protected:
+    Record self_test;
+    const std::string prefix = std::is_same_v<Record, CPostRec> ? "ram.post.id." : "ram.past.id.";
+    const std::string type = std::is_same_v<Record, CPostRec> ? "POST" : "PAST";
+};
+
+using Kinds = testing::Types<CPostRec, CPastRec>;
+TYPED_TEST_SUITE(SelfTestRecords, Kinds);
+
+TYPED_TEST(SelfTestRecords, FollowATestFromItsResetToItsResult)
+{
+    auto& record = this->self_test;
+    EXPECT_EQ("0 0 0 -1 0 0 0 ", fields(record));
+    this->put(this->prefix + "1141899265.cnt", "6");
+    EXPECT_EQ(0, record.init(1141899265));
+    EXPECT_EQ(0, record.setDefault(true));
+    EXPECT_EQ("[enable=1 state=0 result=0 severity=3 cnt=6 info=0 timestamp=0 exetime=0]",
+              this->deliveries());
+    host::clock::wait_ms(1000);
+    const std::string now = std::to_string(host::clock::seconds());
+    EXPECT_EQ(0, record.writeStart());
+    EXPECT_EQ(host::clock::now_ms(), record.executionTime());
+    host::clock::wait_ms(250);
+    EXPECT_EQ(-1, record.setSeverity(CBite::SEV_NOTICE));
+    EXPECT_EQ(-1, record.setSeverity(static_cast<CBite::eSeverity>(-1)));
+    EXPECT_EQ(3, record.severity());
+    EXPECT_EQ(0, record.setSeverity(CBite::SEV_WARNING));
+    EXPECT_EQ(0, record.writeInfo(-9));
+    EXPECT_EQ(0, record.writeResult(CBite::ST_FAILED));
+    EXPECT_EQ("[result=2 cnt=7 timestamp=" + now + " exetime=0][info=-9]" +
+                  "[result=4 severity=4 exetime=250 info=-9]",
+              this->deliveries());
+    EXPECT_EQ(0, record.writeStart());
+    EXPECT_EQ(0, record.writeResult(CBite::ST_PASSED)); // in the same millisecond
+    EXPECT_EQ("0", this->get(this->prefix + "1141899265.exetime"));
+    EXPECT_EQ("8", this->get(this->prefix + "1141899265.cnt"));
+    this->put(this->prefix + "1141899265.exetime", "-1"); // a start that lies ahead
+    EXPECT_EQ(0, record.init(1141899265));
+    EXPECT_EQ(0, record.writeResult(CBite::ST_PASSED));
+    EXPECT_EQ("0", this->get(this->prefix + "1141899265.exetime"));
+    EXPECT_EQ(0, record.getState());
+    EXPECT_EQ(0, record.setState(CBite::ST_TIMEOUT));
+    EXPECT_EQ(5, record.getState());
+}
+
+TYPED_TEST(SelfTestRecords, TakeWhatIsSoundAndRepairTheRest)
+{
+    constexpr const char* rows =
+        "enable 1 1  enable 2 0  enable -1 -1  enable 2147483647 0  result 5 5  "
+        "result 6 -1  result -1 -1  severity 2 2  severity 3 3  severity 4 3  "
+        "severity 1 3  severity -2147483648 3  cnt -7 -7  info -8 -8  timestamp -9 -9  "
+        "exetime -1 4294967295  cnt - 0  cnt 1x 0  cnt 2147483648 0  cnt. 1 0  "
+        "cnt.cnt 1 0  cn 1 0  Cnt 1 0  state 1 0";
+    expect_taken<TypeParam>({"enable", "cnt", "result", "severity", "info", "timestamp", "exetime"},
+                            this->prefix, rows);
+}
+
+TYPED_TEST(SelfTestRecords, SkipKeysOfAnotherFormAndSurviveTheirLimits)
+{
+    auto& record = this->self_test;
+    this->put(this->prefix + "12.cnt", "2147483647");
+    this->put(this->prefix + "123.info", "1"); // another record
+    EXPECT_EQ(0, record.init(12));
+    EXPECT_EQ("0 2147483647 0 -1 0 0 0 ", fields(record));
+    EXPECT_EQ(0, record.writeStart());
+    EXPECT_EQ("-2147483648", this->get(this->prefix + "12.cnt"));
+
+    std::int32_t value = 1;
+    std::vector<std::string> keys = {"info",
+                                     "ram.info",
+                                     this->prefix,
+                                     this->prefix + "12",
+                                     this->prefix + "12.",
+                                     this->prefix + "x.info",
+                                     this->prefix + ".info",
+                                     "ram.pest.id.12.info",
+                                     ""};
+    std::vector<config_data_t> items = {{CONFIG_TYPE_INTEGER, nullptr, &value, 4, 4, 0}};
+    for (const std::string& key : keys)
+        items.push_back({CONFIG_TYPE_INTEGER, key.c_str(), &value, 4, 4, 0});
+    record.parseRec(static_cast<unsigned int>(items.size()), items.data());
+    EXPECT_EQ(0, record.info());
+    const std::string info = this->prefix + "99999999999999999999.info";
+    items = {{CONFIG_TYPE_INTEGER, info.c_str(), &value, 4, 4, 0}};
+    record.parseRec(1, items.data()); // the number is the caller's affair
+    EXPECT_EQ(1, record.info());
+    std::string valid;
+    for (unsigned int index = 0; index < 10; ++index)
+        valid += record.isValid(index) ? "y" : "n";
+    EXPECT_EQ("yyynyyyynn", valid);
+
+    host::instance().connected = false;
+    this->story();
+    EXPECT_EQ(-ENOTCONN, record.init(99));
+    EXPECT_EQ(99U, record.identifier());
+    EXPECT_EQ(1, record.info());
+    EXPECT_EQ(0, record.getState());
+    EXPECT_EQ(-ENOTCONN, record.writeStart());
+    EXPECT_EQ(-ENOTCONN, record.writeInfo(2));
+    EXPECT_EQ("log 4 write " + this->type + " INFO result failed! (99)\n", this->story());
+}
+
+TEST_F(BiteRecords, CmRecordsFollowTheirReports)
+{
+    CCmEventRec record;
+    EXPECT_EQ("0 0 -1 0 0 ", fields(record));
+    EXPECT_EQ(0, record.init(2282749957));
+    EXPECT_EQ(0, record.setSeverity(CBite::SEV_DEBUG));
+    EXPECT_EQ(-1, record.setSeverity(static_cast<CBite::eSeverity>(8)));
+    EXPECT_EQ(-1, record.writeCmResult(5, CBite::EV_ON));
+    EXPECT_EQ("log 4 writeCmResult Record is not initialized -2012217339 - 5\n", story());
+    EXPECT_EQ(0, record.writeCmResult(2282749957, CBite::EV_ON));
+    EXPECT_EQ(0, record.writeCmInfo(2282749957, -3));
+    const std::string now = std::to_string(host::clock::seconds());
+    EXPECT_EQ("[state=2 cnt=1 severity=7 timestamp=" + now + "][info=-3]", deliveries());
+    EXPECT_EQ(0, record.setDefault(false));
+    EXPECT_EQ(0, record.writeCmResult(2282749957, CBite::EV_OFF));
+    EXPECT_EQ(0, record.setDefault(true));
+    EXPECT_EQ("[state=0 severity=-1 cnt=1 info=0 timestamp=0]"
+              "[state=1 cnt=2 severity=-1 timestamp=" +
+                  now + "][state=0 severity=-1 cnt=0 info=0 timestamp=0]",
+              deliveries());
+    record.writeCmInfo(2282749957, 4);
+    record.clrEventRec();
+    EXPECT_EQ("0 0 -1 0 0 ", fields(record));
+    EXPECT_EQ("4", get("ram.bite.cm.2282749957.info"));
+    EXPECT_EQ(0, record.writeCmInfo(6, 4)); // whatever the identifier
+    EXPECT_EQ("4", get("ram.bite.cm.6.info"));
+    host::instance().connected = false;
+    story();
+    EXPECT_EQ(-ENOTCONN, record.writeCmInfo(6, 4));
+    EXPECT_EQ("log 4 write CM event INFO result failed! (6)\n", story());
+}
+
+TEST_F(BiteRecords, CmRecordsTakeWhatIsSoundAndRepairTheRest)
+{
+    constexpr const char* rows =
+        "state -1 -1  state 3 3  state 4 0  state -2 0  state 2147483647 0  "
+        "severity 0 0  severity 7 7  severity 9 4  severity -1 4  cnt -1 -1  "
+        "info -2147483648 -2147483648  timestamp -1 -1  timestamp soon 0  stat 1 0";
+    expect_taken<CCmEventRec>({"cnt", "state", "severity", "info", "timestamp"}, "ram.bite.cm.",
+                              rows);
+    CCmEventRec record;
+    put("ram.bite.cm.7.cnt", "2147483647");
+    record.init(7);
+    record.writeCmResult(7, static_cast<CBite::eEvState>(77));
+    EXPECT_EQ("-2147483648", get("ram.bite.cm.7.cnt"));
+    EXPECT_FALSE(record.isValid(1));
+    EXPECT_FALSE(record.isValid(2)); // none set yet
+    EXPECT_TRUE(record.isValid(4));
+    EXPECT_FALSE(record.isValid(5));
+}
+
+TEST_F(BiteRecords, TheCmLogIsARing)
+{
+    CCmEventRec record;
+    record.init(9);
+    record.writeCmResult(9, CBite::EV_ON);
+    record.writeCmInfo(9, 5);
+    EXPECT_EQ(0, record.writeCmLog(9)); // off
+    EXPECT_EQ("-", get("ram.log.bite.cm.hnd.maxsize"));
+    put("ram.log.bite.cm.hnd.enable", "1");
+    EXPECT_EQ(0, record.writeCmLog(8));
+    deliveries();
+
+    const std::string entry =
+        "[identifier=9 state=2 info=5 timestamp=" + std::to_string(host::clock::seconds()) + "]";
+    EXPECT_EQ(1, record.writeCmLog(9));
+    EXPECT_EQ("[maxsize=100 index=1 count=1]" + entry, deliveries());
+    EXPECT_EQ("9", get("ram.log.bite.cm.entry.1.identifier"));
+
+    struct Row {
+        const char *size, *index, *count, *next;
+    };
+    const Row rows[] = {{"10", "10", "10", "[maxsize=10 index=1 count=10]"},
+                        {"10", "3", "3", "[maxsize=10 index=4 count=4]"},
+                        {"10", "11", "11", "[maxsize=10 index=1 count=10]"},
+                        {"5000", "3", "3", "[maxsize=100 index=4 count=4]"},
+                        {"-1", "100", "99", "[maxsize=100 index=1 count=100]"},
+                        {"0", "1", "1", "[maxsize=100 index=2 count=2]"},
+                        {"many", "1", "1", "[maxsize=100 index=2 count=2]"},
+                        {"1000", "999", "-5", "[maxsize=1000 index=1000 count=1]"},
+                        {"1", "1", "1", "[maxsize=1 index=1 count=1]"},
+                        {"10", "0", "2147483647", "[maxsize=10 index=1 count=10]"},
+                        {"10", "-5", "0", "[maxsize=10 index=1 count=1]"},
+                        {"10", "2147483647", "x", "[maxsize=10 index=1 count=1]"}};
+    for (const Row& row : rows) {
+        put_all("ram.log.bite.cm.hnd.",
+                {{"maxsize", row.size}, {"latest.index", row.index}, {"latest.count", row.count}});
+        const int written = record.writeCmLog(9);
+        EXPECT_EQ(row.next + entry, deliveries());
+        EXPECT_EQ(std::to_string(written), get("ram.log.bite.cm.hnd.latest.index"));
+    }
+    EXPECT_EQ(-ENAMETOOLONG, record.writeCmLogEntry(100000)); // as is the longest leaf, cut
+    EXPECT_EQ("", deliveries());
+}
