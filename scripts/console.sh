@@ -43,7 +43,8 @@ connect() {
 start_daemon() {
     local try
     board=$work/$1
-    [ -d "$board" ] || board/make-board "$1" "$board" >/dev/null
+    rm -rf "$board"
+    board/make-board "$1" "$board" >/dev/null
     for try in $(seq 10); do
         port=$((20000 + RANDOM % 20000))
         AP_BOARD_ROOT=$board AP_DATABASE_SEED=$board/seed AP_CONSOLE_PORT=$port \

@@ -101,6 +101,104 @@ clear USB short circuit
 END
 stop_daemon
 
+title 'A qv1608B powers PoE and phones, and gets hot'
+boot qv1608B
+lan=cfg.interfaces.lan
+phone=cfg.interfaces.phone
+
+change 'PoE is wanted on port 0, but the software update has not settled: nothing yet' \
+    $lan.0.poe.enabled 1 ram.status.interfaces.lan.enabled 1 <<'END'
+END
+change 'It has settled: the supply first, then the ports' ram.status.sw_update.settled 1 <<'END'
+signal psumcu.poe.signal.set.poe.psu.enabled on
+signal psumcu.poe.signal.set.port.poe.enabled port 0 on
+signal psumcu.poe.signal.set.poe.psu.enabled on
+signal psumcu.poe.signal.set.port.poe.enabled port 1 off
+END
+change 'The PSU MCU says that the supply is on' ram.status.psumcu.psu.poe.enable 1 <<'END'
+END
+change 'PoE on port 1 as well' $lan.1.poe.enabled 1 <<'END'
+signal psumcu.poe.signal.set.port.poe.enabled port 1 on
+END
+change 'Both phones' $phone.1.enabled 1 $phone.2.enabled 1 <<'END'
+file /dev/slic0.0 +=
+set ram.status.interfaces.phone.1.enabled 1
+file /dev/slic0.1 +=
+set ram.status.interfaces.phone.2.enabled 1
+END
+reading 'Hot: port 1 loses its power, the fan runs' $mainboard 73 'Reduced Performance' <<'END'
+set ram.status.power_management.limit_background 1
+set rmcfg.sys.reduce_background_datarate 1
+raise EV_AP_HIGH_TEMP_LIMIT_BACKGROUND
+set ram.status.power_management.lan.poe.pwr_controlled 1
+raise EV_AP_HIGH_TEMP_POE
+set ram.fan.set_speed 255
+signal psumcu.poe.signal.set.port.poe.enabled port 0 on
+signal psumcu.poe.signal.set.port.poe.enabled port 1 off
+END
+reading 'Cool again' $mainboard 60 'Normal Operation' <<'END'
+set ram.status.power_management.limit_background 0
+set rmcfg.sys.reduce_background_datarate 0
+clear EV_AP_HIGH_TEMP_LIMIT_BACKGROUND
+set ram.status.power_management.lan.poe.pwr_controlled 0
+clear EV_AP_HIGH_TEMP_POE
+set ram.fan.set_speed 0
+signal psumcu.poe.signal.set.port.poe.enabled port 0 on
+signal psumcu.poe.signal.set.port.poe.enabled port 1 on
+END
+change 'The user takes one phone away' $phone.2.enabled 0 <<'END'
+file /dev/slic0.1 -
+set ram.status.interfaces.phone.2.enabled 0
+END
+stop_daemon
+
+title 'A qv1608B tests itself'
+boot qv1608B
+isdn_test=1142129670 phone_test=1142129669 over_current_test=1142129671
+switch_test=1142129680 usb_test=1142129679 temperature_test=1142129676
+isdn_file=$board/sys/devices/platform/fpga.0/control/isdnpwr
+
+# As the built-in test equipment does before it reports that it is ready.
+enable_tests() {
+    local test
+    for test in $isdn_test $phone_test $over_current_test $switch_test $usb_test \
+        $temperature_test; do
+        ask "config set ram.post.id.$test.enable 1" >/dev/null
+    done
+    look
+}
+
+# state TEST NUMBER...: the reports 1 (allowed), 2 (started), 3 (passed) or 4 (failed).
+state() {
+    local test=$1 number
+    shift
+    for number in "$@"; do
+        printf 'signal bite.post.state "id.%s.post.state=%s"\n' "$test" "$number"
+    done
+}
+
+enable_tests
+mv "$isdn_file" "$work/isdnpwr"
+change 'Ready, but the ISDN control file is missing: the first of six tests fails' \
+    ram.post.hnd.ready 1 <<END
+$(state $isdn_test 1 2 4)
+$(state $phone_test 1 2 3)
+$(state $over_current_test 1 2 3)
+$(state $switch_test 1 2 3)
+$(state $usb_test 1 2 3)
+$(state $temperature_test 1 2 3)
+END
+mv "$work/isdnpwr" "$isdn_file"
+change 'Mended, and asked again: all pass' ram.post.hnd.ready 1 <<END
+$(state $isdn_test 1 2 3)
+$(state $phone_test 1 2 3)
+$(state $over_current_test 1 2 3)
+$(state $switch_test 1 2 3)
+$(state $usb_test 1 2 3)
+$(state $temperature_test 1 2 3)
+END
+stop_daemon
+
 title 'A qv1101A loses its supply at 60 degrees'
 boot qv1101A
 battery=ram.status.battery.1.temperature

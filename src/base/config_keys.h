@@ -5,6 +5,7 @@
 namespace power_man::key {
 
 inline constexpr const char* external_supply = "ram.status.psumcu.events.external_supply";
+inline constexpr const char* battery_status = "ram.status.battery.1.status";
 inline constexpr const char* battery_temperature = "ram.status.battery.1.temperature";
 inline constexpr const char* mainboard_temperature = "rmcfg.sys.mainboard.temperature";
 inline constexpr const char* hpa_temperature = "ram.status.hpa.temperature";
@@ -16,6 +17,7 @@ inline constexpr const char* usb_status = "ram.status.interfaces.usb.enabled";
 inline constexpr const char* usb_extended_status =
     "ram.status.interfaces.usb.extended_host_interface";
 inline constexpr const char* isdn_enabled = "cfg.interfaces.isdn.enabled";
+inline constexpr const char* isdn_status = "ram.status.interfaces.isdn.enabled";
 
 inline constexpr const char* usb_held = "ram.status.power_management.usb.pwr_controlled";
 inline constexpr const char* usb_extended_held =

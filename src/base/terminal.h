@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 #include "ap/bus.h"
 #include "ap/log.h"
@@ -32,8 +33,9 @@ bool platform_is(const char* id);
 template <typename Table>
 auto find_platform_row(const Table& table) -> decltype(&*table.begin())
 {
+    const std::string_view id = pwr_mgr_get_platform_id();
     for (const auto& row : table) {
-        if (platform_is(row.platform))
+        if (id == row.platform)
             return &row;
     }
     return nullptr;

@@ -7,6 +7,7 @@
 #include "ap/log.h"
 #include "base/config_keys.h"
 #include "base/terminal.h"
+#include "temperature/self_test.h"
 #include "usb/isdn_power.h"
 #include "usb/usb_power.h"
 
@@ -36,6 +37,8 @@ constexpr KeyAction key_actions[] = {
     {power_man::key::usb_enabled, usb_changed},
     {power_man::key::usb_extended, usb_extended_changed},
     {power_man::key::isdn_enabled, set_isdn_power},
+    {power_man::key::battery_status, set_temperature_post_result},
+    {power_man::key::mainboard_temperature, set_temperature_post_result},
 };
 
 } // namespace

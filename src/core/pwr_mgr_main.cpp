@@ -84,6 +84,7 @@ void pwr_mgr_init()
     pwr_mgr_apply_initial_config();
     post_api = CBitePostApi();
     post_api.init(cbus_conn);
+    power_man::set_self_test_context({&post_api, pwr_mgr_phone, pwr_mgr_config_changed_cb});
     post_api.registerPostReadyCB(bite_ready_cb, nullptr);
 }
 

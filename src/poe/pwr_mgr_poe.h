@@ -1,21 +1,108 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "ap/bus.h"
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
 
-// The manager of Power over Ethernet. It does not switch anything yet.
+#include "ap/bus.h"
+#include "ap/config.h"
+
+// The manager of Power over Ethernet on the LAN ports, which are numbered from 0.
+//
+// It mirrors the settings that decide about PoE and switches each port by the terminal's own
+// means: one output behind the FPGA, or signals to the PSU MCU. Nothing is switched before the
+// software update has settled; from then on every change is applied at once. It remembers
+// nothing of what it switched: each call computes the wanted state and commands it.
+//
+// One thread. Nothing here blocks but the write to the FPGA's control file.
 class PwrMgrPoe {
 public:
+    static constexpr int DEFAULT_POE = 0;
+    static constexpr const char* CAPABILITY_ETH_POE_PORTS =
+        "ram.platform.capabilities.ether.poe.num_ports";
+    static constexpr const char* CAPABILITY_ETH_SW = "ram.platform.capabilities.ether.switch";
+    static constexpr const char* CFG_INTERFACES_LAN = "cfg.interfaces.lan.";
+    static constexpr const char* ENABLED = ".enabled";
+    static constexpr const char* POE_ENABLED = ".poe.enabled";
     static constexpr const char* RAM_STATUS_PWR_MGR_LAN_POE =
         "ram.status.power_management.lan.poe.pwr_controlled";
+    static constexpr const char* RAM_STATUS_LAN = "ram.status.interfaces.lan.enabled";
+    static constexpr const char* RAM_STATUS_POE = "ram.status.interfaces.lan.0.poe.enabled";
+    static constexpr const char* V820_SYSFS_POE = "/sys/devices/platform/fpga.0/control/poe";
+
+    // More ports than any terminal has. A larger capability is a damaged one: an error, and PoE
+    // stays unconfigured, as with a negative one.
+    static constexpr std::int32_t MAX_PORTS = 64;
 
     PwrMgrPoe() = default;
+    PwrMgrPoe(const PwrMgrPoe&) = delete; // the database calls this very object
+    PwrMgrPoe& operator=(const PwrMgrPoe&) = delete;
+
+    // The subscriptions stay: to be destroyed after the loop has ended.
     virtual ~PwrMgrPoe() = default;
 
-    // Both are called once at start-up, in this order. The connection stays the caller's.
-    void init(_cbus_conn_t* connection) { cbusConn = connection; }
-    void registerConfigChangesBeforePrimPsuSwUpdate() {}
+    // To be called once, before anything else. The connection stays the caller's.
+    void init(_cbus_conn_t* connection);
+    void readCapabilities();
+
+    // A port's settings as they are in the database now; a missing one counts as enabled.
+    bool getCfgInterfacesLanPortEnabled(int port);
+    bool getCfgInterfacesLanPortPoeEnabled(int port);
+
+    // Writes the defaults of missing keys.
+    void createConfigDefaults() const;
+
+    // Decides from the mirror and switches. Ports that do not exist are ignored.
+    void setPowerForPoePort(std::uint32_t port);
+    void setPowerForAllPoePorts();
+
+    // True when any port could draw from the PoE supply. PoE must be configured.
+    bool isPoePowerNeeded();
+
+    // Commands without any decision. The supply is left alone when it is known to be as wanted.
+    void setPoePsu(bool on);
+    void setPoeOnV820(bool on) const;
+    void setPoeOnRmBdu(bool on, std::uint32_t port);
+
+    // Fills the mirror from the database, switches every port and follows the settings.
+    void applyInitialConfig();
+    void registerConfigChangesBeforePrimPsuSwUpdate();
+    void registerConfigChanges();
+
+    // Change handlers, each with the form that the database calls (`user` is the manager).
+    // Entries without a value are skipped.
+    void cfgSwUpdateSettled(unsigned int count, const config_data_t* entries);
+    void ramStatusPwrMgrLanPoePwrControlledChanged(unsigned int count,
+                                                   const config_data_t* entries);
+    void ramStatusInterfacesLanChanged(unsigned int count, const config_data_t* entries);
+    void cfgInterfacesLanChanged(unsigned int count, const config_data_t* entries);
+
+    static void cfgSwUpdateSettled(unsigned int count, const config_data_t* entries, void* user);
+    static void ramStatusPwrMgrLanPoePwrControlledChanged(unsigned int count,
+                                                          const config_data_t* entries, void* user);
+    static void ramStatusInterfacesLanChanged(unsigned int count, const config_data_t* entries,
+                                              void* user);
+    static void cfgInterfacesLanChanged(unsigned int count, const config_data_t* entries,
+                                        void* user);
 
 private:
+    // The way a terminal model switches a port that is wanted on or off.
+    struct Switching {
+        const char* platform;
+        void (PwrMgrPoe::*apply)(std::uint32_t port, bool wanted);
+    };
+
+    bool configured() const { return portEnabled != nullptr && poeEnabled != nullptr; }
+    void applyThroughFpga(std::uint32_t port, bool wanted);
+    void applyThroughPsuMcu(std::uint32_t port, bool wanted);
+    void portSettingChanged(const char* key, std::int32_t value);
+
+    std::uint32_t numPorts = 0;
+    bool lanEnabled = false;
+    std::unique_ptr<std::vector<bool>> portEnabled; // null, or `numPorts` bits
+    std::unique_ptr<std::vector<bool>> poeEnabled;  // null, or `numPorts` bits
+    bool pwrControlled = false;                     // held off because of heat
     _cbus_conn_t* cbusConn = nullptr;
 };

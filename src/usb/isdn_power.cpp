@@ -1,9 +1,29 @@
 // SPDX-License-Identifier: MIT
 #include "usb/isdn_power.h"
 
+#include <fcntl.h>
+
+#include "ap/config.h"
 #include "ap/log.h"
+#include "base/config_keys.h"
+#include "gpio/device_file.h"
+
+namespace {
+
+constexpr const char* control_file = "/sys/devices/platform/fpga.0/control/isdnpwr";
+
+} // namespace
 
 void set_isdn_power(int enabled)
 {
-    qv_slog(4, "ISDN power is not switched %s: not built in\n", enabled != 0 ? "on" : "off");
+    power_man::DeviceFile file(control_file, O_RDWR);
+    if (!file.is_open()) {
+        // The log calls ISDN a phone interface as well.
+        qv_slog(4, "Failed to open phone interface %s", control_file);
+        return;
+    }
+    if (file.write(enabled != 0 ? "1" : "0"))
+        config_write_int(power_man::key::isdn_status, enabled);
+    else
+        qv_slog(4, "Failed to enable/disable isdn interface");
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-// Powers the ISDN interface (not 0) or takes its power away (0). It does not switch anything
-// yet: it says so in the log.
+// Powers the ISDN interface (not 0) or takes its power away (0), and publishes `enabled` as it
+// is in the status key. A failure is logged at level 4 and leaves the status key alone; so it
+// is on a unit without ISDN. Blocks as long as the FPGA's driver does.
 void set_isdn_power(int enabled);

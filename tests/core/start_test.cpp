@@ -29,65 +29,26 @@ TEST_P(Start, HasItsOrder)
                     {key::usb_enabled, 1},
                     {key::usb_extended, 1},
                     {key::usb_status, 0}});
-    EXPECT_EQ(
-        only(terminal.start(),
-             {"set txt.evh.stxt.66049", "set txt.evh.stxt.66057", "set txt.evh.stxt.66560",
-              "signal event_handler", "set ram.status.psumcu.events.subscribe", "raise",
-              "set ram.status.power_management.limit_background 1", "pin 52", "pin 53", "pin 252",
-              "pin 255", "pin 80", "pin 81", "edge", "set ram.status.interfaces.usb"}),
-        GetParam().story);
+    EXPECT_EQ(in_words(only(terminal.start(), {"set txt.evh.stxt.66057", "set txt.evh.stxt.66560",
+                                               "signal event_handler", "set ram.status.psumcu",
+                                               "raise", "pin 52", "pin 53", "pin 252", "pin 80",
+                                               "pin 81", "set ram.status.interfaces.usb"})),
+              std::string("txt.evh.stxt.66057=EV_AP_HIGH_TEMP_WARN "
+                          "signal event_handler.registerEventDefinition 9 definitions "
+                          "txt.evh.stxt.66560=USB short circuit "
+                          "signal event_handler.registerEventDefinition 1 definitions "
+                          "psumcu.events.subscribe.external_supply.pwr_mgr=1 ") +
+                  GetParam().story);
 }
 
 const Model models[] = {
-    {"qv1101A", R"(set txt.evh.stxt.66049 EV_AP_HIGH_TEMP_REDUCED_PERFORMANCE
-set txt.evh.stxt.66057 EV_AP_HIGH_TEMP_WARN
-signal event_handler.registerEventDefinition 9 definitions
-set txt.evh.stxt.66560 USB short circuit
-signal event_handler.registerEventDefinition 1 definitions
-set ram.status.psumcu.events.subscribe.external_supply.pwr_mgr 1
-set ram.status.psumcu.events.subscribe.treshold.temperature.pwr_mgr 1
-pin 52 low
-pin 53 low
-set ram.status.interfaces.usb.extended_host_interface 0
-raise EV_AP_HIGH_TEMP_USB_EXT
-set ram.status.power_management.limit_background 1
-raise EV_AP_HIGH_TEMP_LIMIT_BACKGROUND
-pin 53 low
-pin 52 high
-set ram.status.interfaces.usb.enabled 1
-set ram.status.interfaces.usb.extended_host_interface 1
-)"},
-    {"qv1202B", R"(set txt.evh.stxt.66049 EV_AP_HIGH_TEMP_REDUCED_PERFORMANCE
-set txt.evh.stxt.66057 EV_AP_HIGH_TEMP_WARN
-signal event_handler.registerEventDefinition 9 definitions
-set txt.evh.stxt.66560 USB short circuit
-signal event_handler.registerEventDefinition 1 definitions
-set ram.status.psumcu.events.subscribe.external_supply.pwr_mgr 1
-set ram.status.power_management.limit_background 1
-raise EV_AP_HIGH_TEMP_LIMIT_BACKGROUND
-raise EV_AP_HIGH_TEMP_CLOSE_CONNECTIONS
-pin 252 high
-pin 255 high
-set ram.status.interfaces.usb.enabled 1
-set ram.status.interfaces.usb.extended_host_interface 1
-set ram.status.interfaces.usb.extended_host_interface 1
-)"},
-    {"qv1608B", R"(set txt.evh.stxt.66049 EV_AP_HIGH_TEMP_REDUCED_PERFORMANCE
-set txt.evh.stxt.66057 EV_AP_HIGH_TEMP_WARN
-signal event_handler.registerEventDefinition 9 definitions
-set txt.evh.stxt.66560 USB short circuit
-signal event_handler.registerEventDefinition 1 definitions
-set ram.status.psumcu.events.subscribe.external_supply.pwr_mgr 1
-set ram.status.power_management.limit_background 1
-raise EV_AP_HIGH_TEMP_LIMIT_BACKGROUND
-raise EV_AP_HIGH_TEMP_CLOSE_CONNECTIONS
-pin 80 low
-pin 81 in
-edge 81 falling
-set ram.status.interfaces.usb.enabled 1
-set ram.status.interfaces.usb.extended_host_interface 1
-set ram.status.interfaces.usb.extended_host_interface 1
-)"},
+    {"qv1101A", "psumcu.events.subscribe.treshold.temperature.pwr_mgr=1 52=low 53=low "
+                "usb.extended_host_interface=0 +USB_EXT +LIMIT_BACKGROUND 53=low 52=high "
+                "usb.enabled=1 usb.extended_host_interface=1"},
+    {"qv1202B", "+LIMIT_BACKGROUND +CLOSE_CONNECTIONS 252=high usb.enabled=1 "
+                "usb.extended_host_interface=1 usb.extended_host_interface=1"},
+    {"qv1608B", "+LIMIT_BACKGROUND +CLOSE_CONNECTIONS 80=low 81=in usb.enabled=1 "
+                "usb.extended_host_interface=1 usb.extended_host_interface=1"},
 };
 INSTANTIATE_TEST_SUITE_P(Models, Start, testing::ValuesIn(models), model_name<Model>);
 
@@ -97,14 +58,12 @@ TEST(StartWithoutReadableSettings, SkipsTheirStepsAlone)
     terminal.write_text(key::usb_enabled, "yes");
     terminal.write_text(key::isdn_enabled, "yes");
     terminal.write(key::usb_extended, 7);
-    EXPECT_EQ(only(terminal.start(), {"pin", "set ram.status.interfaces.usb", "file"}),
+    EXPECT_EQ(only(terminal.start(), {"pin", "set ram.status.interfaces.usb", "file /sys"}),
               "set ram.status.interfaces.usb.extended_host_interface 7\n");
     // The settings are followed all the same.
-    EXPECT_EQ(
-        only(terminal.write(key::usb_enabled, 1), {"pin 52", "set ram.status.interfaces.usb"}),
-        "pin 52 high\n"
-        "set ram.status.interfaces.usb.enabled 1\n"
-        "set ram.status.interfaces.usb.extended_host_interface 7\n");
+    EXPECT_EQ(in_words(only(terminal.write(key::usb_enabled, 1),
+                            {"pin 52", "set ram.status.interfaces.usb"})),
+              "52=high usb.enabled=1 usb.extended_host_interface=7");
 }
 
 } // namespace

@@ -143,35 +143,25 @@ TEST_F(GpioFiles, OfAnInterruptFile)
     EXPECT_EQ(story_of([&] { line.initialize(main_fdloop); }),
               "log 3 InterruptFile: attempting to initialize while already initialized.\n");
 
-    const auto level = [&](const char* text) {
-        terminal.put(value_file, text);
+    for (const char* const level : {"1", "0", "1"}) {
+        terminal.put(value_file, level);
         terminal.run(0);
-    };
-    level("1");
-    level("0");
+    }
     EXPECT_EQ(recorder.calls, "81 ");
-    level("1");
-    EXPECT_EQ(story_of([&] { line.triggerOnEdge(IInterruptFile::EDGE_RISING); }),
-              "edge 81 rising\n");
-    level("0");
-    level("1");
-    EXPECT_EQ(recorder.calls, "81 81 ");
-    EXPECT_EQ(story_of([&] { line.triggerOnEdge(IInterruptFile::EDGE_BOTH); }), "edge 81 both\n");
-    level("0");
-    level("1");
-    EXPECT_EQ(recorder.calls, "81 81 81 81 ");
-    EXPECT_EQ(story_of([&] { line.triggerOnEdge(IInterruptFile::EDGE_NONE); }), "edge 81 none\n");
-    level("0");
-    EXPECT_EQ(story_of([&] { line.triggerOnEdge(static_cast<IInterruptFile::edge_t>(7)); }), "");
-    EXPECT_EQ(recorder.calls, "81 81 81 81 ");
+    EXPECT_EQ(story_of([&] {
+                  for (const auto edge :
+                       {IInterruptFile::EDGE_RISING, IInterruptFile::EDGE_BOTH,
+                        static_cast<IInterruptFile::edge_t>(7), IInterruptFile::EDGE_NONE})
+                      line.triggerOnEdge(edge);
+              }),
+              "edge 81 rising\nedge 81 both\nedge 81 none\n");
 
     // Called for another descriptor, and for its own.
     EXPECT_EQ(InterruptFile::fdloopCallback(line.getFd() + 1, &line), 0);
-    EXPECT_EQ(recorder.calls, "81 81 81 81 ");
+    EXPECT_EQ(recorder.calls, "81 ");
     EXPECT_EQ(InterruptFile::fdloopCallback(line.getFd(), &line), 0);
-    EXPECT_EQ(recorder.calls, "81 81 81 81 81 ");
+    EXPECT_EQ(recorder.calls, "81 81 ");
 
-    line.triggerOnEdge(IInterruptFile::EDGE_BOTH);
     EXPECT_EQ(story_of([&] { line.uninitialize(); }), "unexport 81\n");
     EXPECT_EQ(line.getFd(), -1);
     EXPECT_EQ(story_of([&] { line.initialize(main_fdloop); }),

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <utility>
 
 #include "ap/text.h"
 #include "base/config_keys.h"
@@ -29,91 +30,31 @@ TEST_P(Pins, AreSwitchedInOrder)
 {
     Terminal terminal(GetParam().platform);
     std::string story;
-    const auto switch_usb = [&](int on, int extended) {
-        pwr_mgr_usb_power(on, extended);
-        story += "- " + std::to_string(on) + " " + std::to_string(extended) + "\n";
-        story += terminal.story();
-    };
     terminal.story();
-    switch_usb(0, 1);
-    switch_usb(1, 0);
-    switch_usb(5, -1);
+    for (const auto& [on, extended] : {std::pair(0, 1), std::pair(1, 0), std::pair(5, -1)}) {
+        pwr_mgr_usb_power(on, extended);
+        story += in_words(terminal.story()) + "\n";
+    }
     EXPECT_EQ(story, GetParam().story);
 }
 
-constexpr const char* direct_pins = R"(- 0 1
-export 52
-pin 52 low
-export 53
-pin 53 low
-export 54
-pin 54 low
-export 55
-pin 55 low
-export 56
-pin 56 low
-- 1 0
-pin 53 low
-pin 54 high
-pin 55 high
-pin 56 high
-pin 52 high
-- 5 -1
-pin 53 high
-pin 54 high
-pin 55 high
-pin 56 high
-pin 52 high
+// Off, on without and on with the extended port.
+constexpr const char* direct_pins =
+    R"(export 52 52=low export 53 53=low export 54 54=low export 55 55=low export 56 56=low
+53=low 54=high 55=high 56=high 52=high
+53=high 54=high 55=high 56=high 52=high
 )";
-
 const Model models[] = {
     {"qv1101A", direct_pins},
     {"qv1305A", direct_pins},
     {"qv1403A", direct_pins},
-    {"qv2500A", "- 0 1\n- 1 0\n- 5 -1\n"},
-    {"qv1202B", R"(- 0 1
-export 249
-pin 249 low
-export 250
-pin 250 low
-export 251
-pin 251 low
-export 252
-pin 252 low
-export 253
-pin 253 in
-export 254
-pin 254 in
-export 255
-pin 255 low
-- 1 0
-pin 249 high
-pin 250 high
-pin 251 high
-pin 252 low
-pin 253 in
-pin 254 in
-pin 255 high
-- 5 -1
-pin 249 high
-pin 250 high
-pin 251 high
-pin 252 high
-pin 253 in
-pin 254 in
-pin 255 high
+    {"qv2500A", "\n\n\n"},
+    {"qv1202B",
+     R"(export 249 249=low export 250 250=low export 251 251=low export 252 252=low export 253 253=in export 254 254=in export 255 255=low
+249=high 250=high 251=high 252=low 253=in 254=in 255=high
+249=high 250=high 251=high 252=high 253=in 254=in 255=high
 )"},
-    {"qv1608B", R"(- 0 1
-export 80
-pin 80 high
-- 1 0
-pin 80 low
-export 81
-pin 81 in
-edge 81 falling
-- 5 -1
-pin 80 low
-)"},
+    {"qv1608B", "export 80 80=high\n80=low export 81 81=in edge 81 falling\n80=low\n"},
 };
 INSTANTIATE_TEST_SUITE_P(Models, Pins, testing::ValuesIn(models), model_name<Model>);
 
@@ -180,67 +121,32 @@ TEST(UsbConfig, IsAppliedLessWhatIsHeld)
 {
     Terminal terminal("qv1305A");
     pwr_mgr_usb_power(0, 0); // exports the pins
-    std::string seen;
     struct Row {
         int capability, enabled, extended, held, cycle;
+        const char* story; // pin 52 is the port, 53 the extended port
     };
-    for (const Row& row : {Row{0, 1, 1, 0, 1}, Row{1, 1, 1, 0, 0}, Row{1, 1, 0, 0, 0},
-                           Row{1, 0, 1, 0, 0}, Row{1, 1, 1, 1, 0}, Row{1, 1, 1, 0, 1},
-                           Row{1, 1, 1, 1, 1}, Row{1, 1, 1, 0, 2}, Row{-1, 3, 0, 0, 0}}) {
+    for (
+        const Row& row : {
+            Row{0, 1, 1, 0, 1, "0 ms: "},
+            Row{1, 1, 1, 0, 0, "0 ms: 53=high 52=high usb.enabled=1 usb.extended_host_interface=1"},
+            Row{1, 1, 0, 0, 0, "0 ms: 53=low 52=high usb.enabled=1 usb.extended_host_interface=0"},
+            Row{1, 0, 1, 0, 0, "0 ms: 52=low 53=low usb.enabled=0 usb.extended_host_interface=1"},
+            Row{1, 1, 1, 1, 0, "0 ms: 53=low 52=high usb.enabled=1"},
+            Row{1, 1, 1, 1, 1, "20 ms: 52=low 53=low 53=low 52=high usb.enabled=1"},
+            Row{1, 1, 1, 0, 1,
+                "20 ms: 52=low 53=low 53=high 52=high usb.enabled=1 usb.extended_host_interface=1"},
+            Row{-1, 3, 0, 0, 2, "0 ms: 53=low 52=high usb.enabled=3 usb.extended_host_interface=0"},
+        }) {
         terminal.write({{usb_capability, row.capability},
                         {key::usb_enabled, row.enabled},
                         {key::usb_extended, row.extended},
                         {key::usb_extended_held, row.held}});
         const std::uint32_t start = qv_time_ms();
         apply_usb_config(row.cycle);
-        seen += "- " + std::to_string(qv_time_ms() - start) + " ms\n" +
-                only(terminal.story(), {"pin 52", "pin 53", "set", "log"});
+        EXPECT_EQ(std::to_string(qv_time_ms() - start) + " ms: " +
+                      in_words(only(terminal.story(), {"pin 52", "pin 53", "set", "log"})),
+                  row.story);
     }
-    // Pin 52 is the port, 53 the extended port.
-    EXPECT_EQ(seen, R"(- 0 ms
-- 0 ms
-pin 53 high
-pin 52 high
-set ram.status.interfaces.usb.enabled 1
-set ram.status.interfaces.usb.extended_host_interface 1
-- 0 ms
-pin 53 low
-pin 52 high
-set ram.status.interfaces.usb.enabled 1
-set ram.status.interfaces.usb.extended_host_interface 0
-- 0 ms
-pin 52 low
-pin 53 low
-set ram.status.interfaces.usb.enabled 0
-set ram.status.interfaces.usb.extended_host_interface 1
-- 0 ms
-pin 53 low
-pin 52 high
-set ram.status.interfaces.usb.enabled 1
-- 20 ms
-pin 52 low
-pin 53 low
-pin 53 high
-pin 52 high
-set ram.status.interfaces.usb.enabled 1
-set ram.status.interfaces.usb.extended_host_interface 1
-- 20 ms
-pin 52 low
-pin 53 low
-pin 53 low
-pin 52 high
-set ram.status.interfaces.usb.enabled 1
-- 0 ms
-pin 53 high
-pin 52 high
-set ram.status.interfaces.usb.enabled 1
-set ram.status.interfaces.usb.extended_host_interface 1
-- 0 ms
-pin 53 low
-pin 52 high
-set ram.status.interfaces.usb.enabled 3
-set ram.status.interfaces.usb.extended_host_interface 0
-)");
 }
 
 TEST(UsbConfig, TakesUnreadableKeysForOff)

@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+
+namespace power_man {
+
+// Gives a key a value where it has none; a value that is set is never overwritten. When the
+// database cannot tell, the default is written. A default that cannot be written is missing
+// later, which every reader copes with.
+void write_default(const char* key, std::int32_t value);
+
+} // namespace power_man

@@ -1,0 +1,145 @@
+// SPDX-License-Identifier: MIT
+#include "phone/pwr_mgr_phone.h"
+
+#include <fcntl.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <span>
+
+#include "ap/log.h"
+#include "base/config_default.h"
+#include "base/port_number.h"
+#include "base/terminal.h"
+#include "gpio/device_file.h"
+
+namespace {
+
+std::string port_key(const char* prefix, std::uint32_t port)
+{
+    return std::string(prefix) + "." + std::to_string(port) + PwrMgrPhone::ENABLED_STRING;
+}
+
+// The port whose "enabled" setting is at that key, from 1; 0 for any other key.
+std::uint32_t port_of_key(const char* key)
+{
+    const std::size_t number_at = std::strlen(PwrMgrPhone::CFG_PHONE) + 1;
+    if (std::strlen(key) <= number_at || !power_man::scanf_can_hold(key + number_at))
+        return 0;
+    int port = 0;
+    std::array<char, PwrMgrPhone::CFG_LEAF_LENGTH + 1> leaf{};
+    if (std::sscanf(key, PwrMgrPhone::CFG_PHONE_SEARCH_STRING, &port, leaf.data()) != 2 || port < 1)
+        return 0;
+    const bool is_setting = std::strcmp(leaf.data(), PwrMgrPhone::ENABLED_STRING + 1) == 0;
+    return is_setting ? static_cast<std::uint32_t>(port) : 0;
+}
+
+} // namespace
+
+PwrMgrPhone::PwrMgrPhone()
+    : PwrMgrPhone({"/dev/slic0.0", "/dev/slic0.1", "/dev/slic1.0", "/dev/slic1.1"})
+{
+}
+
+PwrMgrPhone::PwrMgrPhone(const std::vector<std::string>& devices) : slicDevices(devices) {}
+
+PwrMgrPhone::~PwrMgrPhone()
+{
+    config_change_deregister(CFG_PHONE, cfgPhoneChanged, this);
+}
+
+void PwrMgrPhone::init()
+{
+    readCapabilities();
+}
+
+void PwrMgrPhone::readCapabilities()
+{
+    numPorts = 0;
+    std::int32_t count = 0;
+    if (config_read_int(CAPABILITY_NO_SLICS, &count) != 0) {
+        qv_slog(7, "\n%s not defined phone is now disabled.\n", CAPABILITY_NO_SLICS);
+        return;
+    }
+    if (count < 0) {
+        qv_slog(3, "\n%s is negative\n", CAPABILITY_NO_SLICS);
+        return;
+    }
+    numPorts = static_cast<std::uint32_t>(count);
+    if (numPorts > slicDevices.size())
+        power_man::assertion_failed("pwr_mgr_phone");
+}
+
+void PwrMgrPhone::createConfigDefaults() const
+{
+    for (std::uint32_t port = 1; port <= numPorts; ++port)
+        power_man::write_default(port_key(CFG_PHONE, port).c_str(), DEFAULT_PHONE_ENABLED);
+}
+
+void PwrMgrPhone::registerForConfigChanges()
+{
+    config_change_register(CFG_PHONE, cfgPhoneChanged, this);
+}
+
+void PwrMgrPhone::applyInitialConfig()
+{
+    for (std::uint32_t port = 1; port <= numPorts; ++port) {
+        std::int32_t value = 0;
+        const bool known = config_read_int(port_key(CFG_PHONE, port).c_str(), &value) == 0;
+        ports[port] = {known && value != 0, slicDevices[port - 1]};
+        setPowerForPhonePort(port);
+    }
+}
+
+void PwrMgrPhone::setPowerForPhonePort(std::uint32_t port)
+{
+    const Port& entry = ports[port];
+    if (!setPowerForSlicDevice(entry.device, entry.enabled)) {
+        qv_slog(4, "Failed to enable/disable phone interface %u", port);
+        return;
+    }
+    config_write_int(port_key(RAM_PHONE, port).c_str(), entry.enabled ? 1 : 0);
+}
+
+void PwrMgrPhone::setPowerForAllPhonePorts()
+{
+    for (std::uint32_t port = 1; port <= numPorts; ++port)
+        setPowerForPhonePort(port);
+}
+
+bool PwrMgrPhone::setPowerForSlicDevice(std::string device, bool on) const
+{
+    power_man::DeviceFile file(device.c_str(), O_WRONLY | O_TRUNC);
+    if (!file.is_open()) {
+        qv_slog(4, "Failed to open phone interface %s", device.c_str());
+        return false;
+    }
+    if (file.write(on ? SLIC_POWER_UP : SLIC_POWER_DOWN))
+        return true;
+    qv_slog(4, "Failed to write phone interface %s: %s", device.c_str(), std::strerror(errno));
+    return false;
+}
+
+void PwrMgrPhone::phoneEnabledChanged(std::uint32_t port, const std::int32_t* value)
+{
+    ports[port].enabled = *value != 0;
+    setPowerForPhonePort(port);
+}
+
+void PwrMgrPhone::cfgPhoneChanged(unsigned int count, const config_data_t* entries)
+{
+    for (const config_data_t& entry : std::span(entries, count)) {
+        if (entry.data == nullptr)
+            continue;
+        const std::uint32_t port = port_of_key(entry.key);
+        if (port >= 1 && port <= numPorts)
+            phoneEnabledChanged(port, static_cast<const std::int32_t*>(entry.data));
+    }
+}
+
+void PwrMgrPhone::cfgPhoneChanged(unsigned int count, const config_data_t* entries, void* user)
+{
+    static_cast<PwrMgrPhone*>(user)->cfgPhoneChanged(count, entries);
+}

@@ -1,0 +1,158 @@
+// SPDX-License-Identifier: MIT
+// When the settings are read, and what follows from each change.
+#include <cstdio>
+#include <cstring>
+#include <span>
+#include <string_view>
+
+#include "ap/log.h"
+#include "base/port_number.h"
+#include "poe/pwr_mgr_poe.h"
+
+namespace {
+
+constexpr const char* sw_update_settled = "ram.status.sw_update.settled";
+
+// Calls `apply` with the key and the value of each entry that has a value.
+template <typename Apply>
+void for_each_value(unsigned int count, const config_data_t* entries, Apply apply)
+{
+    for (const config_data_t& entry : std::span(entries, count)) {
+        if (entry.data != nullptr)
+            apply(entry.key, *static_cast<const std::int32_t*>(entry.data));
+    }
+}
+
+// The writers of the two status keys hand over a byte.
+bool byte_is_set(std::int32_t value)
+{
+    return (value & 0xff) != 0;
+}
+
+void read_flag(const char* key, bool& flag)
+{
+    std::int32_t value = 0;
+    if (config_read_int(key, &value) == 0)
+        flag = value != 0;
+}
+
+PwrMgrPoe& manager(void* user)
+{
+    return *static_cast<PwrMgrPoe*>(user);
+}
+
+} // namespace
+
+void PwrMgrPoe::registerConfigChangesBeforePrimPsuSwUpdate()
+{
+    config_change_register(sw_update_settled, cfgSwUpdateSettled, this);
+}
+
+void PwrMgrPoe::registerConfigChanges()
+{
+    config_change_register(RAM_STATUS_PWR_MGR_LAN_POE, ramStatusPwrMgrLanPoePwrControlledChanged,
+                           this);
+    config_change_register(RAM_STATUS_LAN, ramStatusInterfacesLanChanged, this);
+    config_change_register(CFG_INTERFACES_LAN, cfgInterfacesLanChanged, this);
+}
+
+void PwrMgrPoe::applyInitialConfig()
+{
+    qv_slog(7, "PwrMgrPoe::applyInitialConfig()");
+    read_flag(RAM_STATUS_LAN, lanEnabled);
+    read_flag(RAM_STATUS_PWR_MGR_LAN_POE, pwrControlled);
+    if (configured()) {
+        // All settings first: the supply of one port depends on those of the others.
+        for (std::uint32_t port = 0; port < numPorts; ++port) {
+            const int number = static_cast<int>(port);
+            (*poeEnabled)[port] = getCfgInterfacesLanPortPoeEnabled(number);
+            (*portEnabled)[port] = getCfgInterfacesLanPortEnabled(number);
+        }
+        for (std::uint32_t port = 0; port < numPorts; ++port)
+            setPowerForPoePort(port);
+    }
+    registerConfigChanges();
+}
+
+void PwrMgrPoe::cfgSwUpdateSettled(unsigned int count, const config_data_t* entries)
+{
+    for_each_value(count, entries, [this](std::string_view key, std::int32_t) {
+        if (key.starts_with(sw_update_settled))
+            applyInitialConfig();
+    });
+}
+
+void PwrMgrPoe::ramStatusPwrMgrLanPoePwrControlledChanged(unsigned int count,
+                                                          const config_data_t* entries)
+{
+    qv_slog(7, "PwrMgrPoe::ramStatusPwrMgrLanPoePwrControlledChanged()");
+    for_each_value(count, entries, [this](std::string_view key, std::int32_t value) {
+        if (key != RAM_STATUS_PWR_MGR_LAN_POE)
+            return;
+        pwrControlled = byte_is_set(value);
+        setPowerForAllPoePorts();
+    });
+}
+
+void PwrMgrPoe::ramStatusInterfacesLanChanged(unsigned int count, const config_data_t* entries)
+{
+    qv_slog(7, "PwrMgrPoe::ramStatusInterfacesLanChanged()");
+    for_each_value(count, entries, [this](std::string_view key, std::int32_t value) {
+        if (key != RAM_STATUS_LAN)
+            return;
+        lanEnabled = byte_is_set(value);
+        setPowerForAllPoePorts();
+    });
+}
+
+void PwrMgrPoe::cfgInterfacesLanChanged(unsigned int count, const config_data_t* entries)
+{
+    qv_slog(7, "PwrMgrPoe::cfgInterfacesLanChanged()");
+    for_each_value(count, entries,
+                   [this](const char* key, std::int32_t value) { portSettingChanged(key, value); });
+}
+
+void PwrMgrPoe::portSettingChanged(const char* key, std::int32_t value)
+{
+    const std::size_t prefix_length = std::strlen(CFG_INTERFACES_LAN);
+    if (std::strncmp(key, CFG_INTERFACES_LAN, prefix_length) != 0)
+        return;
+    const std::string rest(key + prefix_length);
+    const std::string port_text = rest.substr(0, rest.find('.'));
+    unsigned int port = 0;
+    if (!power_man::scanf_can_hold(port_text) || std::sscanf(port_text.c_str(), "%u", &port) != 1 ||
+        port >= numPorts || !configured())
+        return;
+
+    const std::string_view leaf = std::string_view(rest).substr(port_text.size());
+    if (leaf == ENABLED)
+        (*portEnabled)[port] = value != 0;
+    else if (leaf == POE_ENABLED)
+        (*poeEnabled)[port] = value != 0;
+    else
+        return;
+    setPowerForPoePort(port);
+}
+
+void PwrMgrPoe::cfgSwUpdateSettled(unsigned int count, const config_data_t* entries, void* user)
+{
+    manager(user).cfgSwUpdateSettled(count, entries);
+}
+
+void PwrMgrPoe::ramStatusPwrMgrLanPoePwrControlledChanged(unsigned int count,
+                                                          const config_data_t* entries, void* user)
+{
+    manager(user).ramStatusPwrMgrLanPoePwrControlledChanged(count, entries);
+}
+
+void PwrMgrPoe::ramStatusInterfacesLanChanged(unsigned int count, const config_data_t* entries,
+                                              void* user)
+{
+    manager(user).ramStatusInterfacesLanChanged(count, entries);
+}
+
+void PwrMgrPoe::cfgInterfacesLanChanged(unsigned int count, const config_data_t* entries,
+                                        void* user)
+{
+    manager(user).cfgInterfacesLanChanged(count, entries);
+}

@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: MIT
+// Which ports there are, and their settings.
+#include "poe/pwr_mgr_poe.h"
+
+#include "ap/log.h"
+#include "base/config_default.h"
+
+namespace {
+
+template <typename Number>
+std::string port_key(Number port, const char* leaf)
+{
+    return PwrMgrPoe::CFG_INTERFACES_LAN + std::to_string(port) + leaf;
+}
+
+} // namespace
+
+void PwrMgrPoe::init(_cbus_conn_t* connection)
+{
+    cbusConn = connection;
+    readCapabilities();
+}
+
+void PwrMgrPoe::readCapabilities()
+{
+    std::int32_t count = 0;
+    if (config_read_int(CAPABILITY_ETH_POE_PORTS, &count) != 0) {
+        qv_slog(7, "\n%s not defined. POE is now disabled.\n", CAPABILITY_ETH_POE_PORTS);
+        count = 0;
+    }
+    if (count < 0) {
+        qv_slog(3, "\n%s is negative\n", CAPABILITY_ETH_POE_PORTS);
+        return;
+    }
+    if (count > MAX_PORTS) {
+        qv_slog(3, "\n%s is %d, more than the %d ports possible. POE is now disabled.\n",
+                CAPABILITY_ETH_POE_PORTS, count, MAX_PORTS);
+        return;
+    }
+    numPorts = static_cast<std::uint32_t>(count);
+    portEnabled = std::make_unique<std::vector<bool>>(numPorts);
+    poeEnabled = std::make_unique<std::vector<bool>>(numPorts);
+}
+
+bool PwrMgrPoe::getCfgInterfacesLanPortEnabled(int port)
+{
+    const std::string key = port_key(port, ENABLED);
+    std::int32_t value = 0;
+    if (config_read_int(key.c_str(), &value) == 0)
+        return value != 0;
+    qv_slog(7, "%s not defined. Port is assumed enabled.\n", key.c_str());
+    return true;
+}
+
+bool PwrMgrPoe::getCfgInterfacesLanPortPoeEnabled(int port)
+{
+    const std::string key = port_key(port, POE_ENABLED);
+    std::int32_t value = 0;
+    if (config_read_int(key.c_str(), &value) == 0)
+        return value != 0;
+    qv_slog(4, "POE on port %s not defined. POE is assumed enabled.\n", key.c_str());
+    return true;
+}
+
+void PwrMgrPoe::createConfigDefaults() const
+{
+    for (std::uint32_t port = 0; port < numPorts; ++port)
+        power_man::write_default(port_key(port, POE_ENABLED).c_str(), DEFAULT_POE);
+    power_man::write_default(RAM_STATUS_PWR_MGR_LAN_POE, 0);
+}
