@@ -43,7 +43,8 @@ struct TerminalSources {
     const char* platform;
     const char* subscription; // to be written as 1 before the keys are followed; null: none
     std::span<const Source> sources;
-    std::span<const Copy> copies;
+    bool amplifier; // its readings are to be copied
+    std::span<const Copy> more_copies;
 };
 
 constexpr Source battery_sources[] = {
@@ -73,20 +74,18 @@ constexpr Copy hpa_copies[] = {
     {"rmcfg.platform.hpa.temperature", key::hpa_temperature},
     {"rmcfg.platform.hpa.temperature_state", key::hpa_temperature_state},
 };
-constexpr Copy hpa_and_acm_copies[] = {
-    {"rmcfg.platform.hpa.temperature", key::hpa_temperature},
-    {"rmcfg.platform.hpa.temperature_state", key::hpa_temperature_state},
+constexpr Copy acm_copies[] = {
     {"rmcfg.platform.acm.temperature", "ram.status.acm.temperature"},
     {"rmcfg.platform.acm.temperature_state", "ram.status.acm.temperature_state"},
 };
 
 const std::array<TerminalSources, 6> terminals = {{
-    {"qv1101A", subscribe_temperature_threshold, battery_sources, {}},
-    {"qv1202B", nullptr, module_and_hpa_sources, hpa_copies},
-    {"qv1305A", nullptr, v640_sources, {}},
-    {"qv1403A", nullptr, v360_sources, {}},
-    {"qv2500A", nullptr, v150_sources, {}},
-    {"qv1608B", nullptr, bdu_and_adu_sources, hpa_and_acm_copies},
+    {"qv1101A", subscribe_temperature_threshold, battery_sources, false, {}},
+    {"qv1202B", nullptr, module_and_hpa_sources, true, {}},
+    {"qv1305A", nullptr, v640_sources, false, {}},
+    {"qv1403A", nullptr, v360_sources, false, {}},
+    {"qv2500A", nullptr, v150_sources, false, {}},
+    {"qv1608B", nullptr, bdu_and_adu_sources, true, acm_copies},
 }};
 
 // Evaluates a sensor with the value that its key has now; not at all when there is none.
@@ -115,6 +114,15 @@ void evaluate_change(const Source& source, std::int32_t value)
     case Reading::supply:
         evaluate_present(source, temp_desc[static_cast<std::size_t>(source.sensor)].key);
         break;
+    }
+}
+
+void copy_readings(std::span<const Copy> copies)
+{
+    for (const Copy& copy : copies) {
+        std::int32_t value = 0;
+        if (config_read_int(copy.from, &value) == 0)
+            config_write_int(copy.to, value);
     }
 }
 
@@ -174,12 +182,10 @@ void temperature_change_cb(unsigned int nbr_of_rec, const config_data_t* data, v
 
 int platform_temp_copy_cb(void*)
 {
-    const TerminalSources* const terminal = power_man::find_platform_row(terminals);
-    for (const Copy& copy : terminal != nullptr ? terminal->copies : std::span<const Copy>()) {
-        std::int32_t value = 0;
-        if (config_read_int(copy.from, &value) == 0)
-            config_write_int(copy.to, value);
-    }
+    copy_readings(hpa_copies);
+    if (const TerminalSources* const terminal = power_man::find_platform_row(terminals);
+        terminal != nullptr)
+        copy_readings(terminal->more_copies);
     fdloop_timer_add(main_fdloop, power_man::temp_copy_period_ms, platform_temp_copy_cb, nullptr);
     return 0;
 }
@@ -189,7 +195,7 @@ namespace power_man {
 bool has_temp_copy()
 {
     const TerminalSources* const terminal = find_platform_row(terminals);
-    return terminal != nullptr && !terminal->copies.empty();
+    return terminal != nullptr && terminal->amplifier;
 }
 
 } // namespace power_man
