@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "base/terminal.h"
 
-#include <array>
 #include <cstring>
 
 #include "ap/config.h"
@@ -9,23 +8,22 @@
 qv_trace_group_t* tg_pwr_man = nullptr;
 _fdloop_t* main_fdloop = nullptr;
 _cbus_conn_t* cbus_conn = nullptr;
+char platform_id[16] = "";
 
 namespace {
 
 constexpr const char* platform_id_key = "ram.platform.id";
-
-std::array<char, 16> platform_id{}; // empty: not read yet
 
 } // namespace
 
 const char* pwr_mgr_get_platform_id()
 {
     if (platform_id[0] == '\0' &&
-        config_read_string(platform_id_key, platform_id.data(), platform_id.size() - 1) != 0) {
+        config_read_string(platform_id_key, platform_id, sizeof platform_id - 1) != 0) {
         qv_slog(1, "Failed to read config: %s", platform_id_key);
         platform_id[0] = '\0';
     }
-    return platform_id.data();
+    return platform_id;
 }
 
 void pwr_mgr_reset_platform_id()

@@ -17,6 +17,9 @@ extern _fdloop_t* main_fdloop;
 // Set by pwr_mgr_init(), null before.
 extern _cbus_conn_t* cbus_conn;
 
+// What the function below has read; empty before. To be read through it only.
+extern char platform_id[16];
+
 // The terminal model, e.g. "qv1202B": never null, empty when it cannot be read. It is read once;
 // after a failure (logged at level 1) every call tries again.
 const char* pwr_mgr_get_platform_id();
