@@ -3,8 +3,8 @@
 
 #include <array>
 #include <bit>
+#include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <vector>
 
 #include "ap/log.h"
@@ -40,17 +40,17 @@ std::uint32_t text_word(const char* text)
     return 0;
 }
 
-void registerEventShortText(const EventDefinition* definitions, unsigned int count)
-{
-    for (unsigned int i = 0; i < count; ++i)
-        EventDb::writeTextAttr("stxt", definitions[i].id, definitions[i].shortText);
-}
-
 } // namespace
 
 void setEventConnection(_cbus_conn_t* connection)
 {
     event_connection = connection;
+}
+
+void registerEventShortText(const EventDefinition* definitions, unsigned int count)
+{
+    for (unsigned int i = 0; i < count; ++i)
+        EventDb::writeTextAttr("stxt", definitions[i].id, definitions[i].shortText);
 }
 
 void registerEventDefinition(const EventDefinition* definitions, unsigned int count)

@@ -49,6 +49,9 @@ int clearEvents(unsigned int number);
 
 #ifdef __cplusplus
 }
+
+/* The first half of registerEventDefinition(): a text that cannot be written is logged. */
+void registerEventShortText(const EventDefinition* definitions, unsigned int count);
 #endif
 
 #endif
