@@ -41,6 +41,7 @@ public:
     // -1 when the line is closed.
     virtual int getFd() const;
 
+    // The steps of the above. openGpioFile() does not close a descriptor that is held.
     void initialize(dir_t direction);
     void exportGpio();
     void unexportGpio();

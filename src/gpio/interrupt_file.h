@@ -29,6 +29,8 @@ class InterruptFile : public Gpio, public IInterruptFile {
 public:
     // `handler` may be null; it stays the caller's and must outlive this object.
     InterruptFile(unsigned int gpioNumber, Handler* handler);
+    InterruptFile(const InterruptFile&) = delete; // the loop calls this very object
+    InterruptFile& operator=(const InterruptFile&) = delete;
     ~InterruptFile() override;
 
     // Opens the line and registers it with the loop, which must outlive this object. A null
