@@ -12,4 +12,11 @@ void write_default(const char* key, std::int32_t value)
         config_write_int(key, value);
 }
 
+std::int32_t read_or_zero(const char* key)
+{
+    std::int32_t value = 0;
+    config_read_int(key, &value);
+    return value;
+}
+
 } // namespace power_man

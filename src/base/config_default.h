@@ -10,4 +10,7 @@ namespace power_man {
 // later, which every reader copes with.
 void write_default(const char* key, std::int32_t value);
 
+// The integer at a key; 0 when it cannot be read.
+std::int32_t read_or_zero(const char* key);
+
 } // namespace power_man

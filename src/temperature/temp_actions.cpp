@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "ap/config.h"
+#include "base/config_default.h"
 #include "base/config_keys.h"
 #include "base/terminal.h"
 #include "event_handler/event_source.h"
@@ -63,13 +64,6 @@ void clear(unsigned int id)
     power_man::report_event(id, EV_STATE_CLEARED);
 }
 
-int read_or_zero(const char* name)
-{
-    std::int32_t value = 0;
-    config_read_int(name, &value);
-    return value;
-}
-
 void close_connections()
 {
     config_write_int(key::close_connections, 1);
@@ -98,7 +92,7 @@ void free_background()
 
 void take_extended_usb()
 {
-    pwr_mgr_usb_power(read_or_zero(key::usb_status), 0);
+    pwr_mgr_usb_power(power_man::read_or_zero(key::usb_status), 0);
     config_write_int(key::usb_extended_status, 0);
     config_write_int(key::usb_extended_held, 1);
     raise(ev_usb_extended);
@@ -106,8 +100,8 @@ void take_extended_usb()
 
 void return_extended_usb()
 {
-    const int enabled = read_or_zero(key::usb_enabled);
-    const int extended = read_or_zero(key::usb_extended);
+    const int enabled = power_man::read_or_zero(key::usb_enabled);
+    const int extended = power_man::read_or_zero(key::usb_extended);
     pwr_mgr_usb_power(enabled, extended);
     config_write_int(key::usb_extended_status, extended);
     config_write_int(key::usb_extended_held, 0);

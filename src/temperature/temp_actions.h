@@ -29,7 +29,8 @@ void usb_power_on();  // gives it back as the user's setting is then
 void poe_off();
 void poe_on();
 
-// Several of the above, in the order of their names' parts unless the definition says other.
+// Several of the above in a fixed order: that of their names, but for the pair bgr_usb_off and
+// bgr_usb_on, which begin with the port.
 void bgr_usb_off();
 void bgr_usb_on();
 void bgr_usb_poe_off();

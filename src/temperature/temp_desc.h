@@ -34,7 +34,7 @@ struct temp_sensor_desc_t {
 };
 
 struct temp_mon_rec_t {
-    std::int32_t intv;     // 0 to 4
+    std::int32_t intv;     // 0 to 4; of a three-interval sensor 0 to 3, 3: beyond its last
     std::int32_t alarm_id; // the last one that decided
     std::int32_t temp;     // the last one evaluated; 0 for a sensor that reports alarms
 };

@@ -8,8 +8,10 @@
 
 #include "ap/config.h"
 #include "ap/output.h"
+#include "base/config_default.h"
 #include "base/config_keys.h"
 #include "base/terminal.h"
+#include "poe/pwr_mgr_poe.h"
 #include "temperature/temp_desc.h"
 
 namespace {
@@ -28,7 +30,7 @@ const Limitation usb_off = {key::usb_held, "   USB - Off\n"};
 const Limitation usb = {key::usb_held, "   USB\n"};
 const Limitation usb_extended_off = {key::usb_extended_held, "   USB extern host - Off\n"};
 const Limitation usb_extended = {key::usb_extended_held, "   USB extern host\n"};
-const Limitation poe = {"ram.status.power_management.lan.poe.pwr_controlled", "   PoE - Off\n"};
+const Limitation poe = {PwrMgrPoe::RAM_STATUS_PWR_MGR_LAN_POE, "   PoE - Off\n"};
 const Limitation background = {key::limit_background, "   Background connections - Limited\n"};
 const Limitation connections = {key::close_connections, "   Connections Closed\n"};
 const Limitation terminal_off = {key::power_off, "   Power Off terminal\n"};
@@ -114,7 +116,7 @@ void print_limitations(std::span<const Limitation> limitations)
 {
     qv_printf("Power management limitation :\n");
     for (const Limitation& limitation : limitations) {
-        if (read(limitation.key).value_or(0) != 0)
+        if (power_man::read_or_zero(limitation.key) != 0)
             qv_printf("%s", limitation.line);
     }
     qv_printf("\n");

@@ -12,6 +12,7 @@
 #include "ap/log.h"
 #include "ap/output.h"
 #include "ap/text.h"
+#include "base/config_default.h"
 #include "base/config_keys.h"
 #include "base/terminal.h"
 #include "gpio/device_file.h"
@@ -39,14 +40,6 @@ PinPath pin_path(const char* pin, const char* file)
     PinPath path;
     qv_snprintf(path.data(), path.size(), "%s%s%s", pin_prefix, pin, file);
     return path;
-}
-
-// 0 for a key that cannot be read.
-int read_or_zero(const char* name)
-{
-    std::int32_t value = 0;
-    config_read_int(name, &value);
-    return value;
 }
 
 // Watches the over-current line from now on. Without its value file USB stays on unwatched, and
@@ -135,9 +128,9 @@ void pwr_mgr_usb_power(int on, int extended)
 
 void apply_usb_config(int cycle)
 {
-    if (read_or_zero(usb_capability) == 0)
+    if (power_man::read_or_zero(usb_capability) == 0)
         return;
-    const int enabled = read_or_zero(key::usb_enabled);
+    const int enabled = power_man::read_or_zero(key::usb_enabled);
     if (cycle == 1) {
         qv_printf("set_off_on USB\n");
         pwr_mgr_usb_power(0, 0);
@@ -158,7 +151,7 @@ void apply_usb_config(int cycle)
         config_write_int(key::usb_status, enabled);
         return;
     }
-    const int extended = read_or_zero(key::usb_extended);
+    const int extended = power_man::read_or_zero(key::usb_extended);
     pwr_mgr_usb_power(enabled, extended);
     config_write_int(key::usb_status, enabled);
     config_write_int(key::usb_extended_status, extended);
