@@ -5,6 +5,7 @@
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/eventfd.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -24,10 +25,11 @@
 #include "ap/output.h"
 #include "ap/shell.h"
 #include "ap/socket.h"
+#include "base/terminal.h"
 
 namespace {
 
-constexpr std::size_t most_connections = 16;
+constexpr const char* source_name = "fdloop_telnetd";
 constexpr std::size_t output_size = 4096;
 constexpr std::size_t input_size = 1024;
 
@@ -88,11 +90,6 @@ int output_descriptor()
     return console.current != nullptr ? console.current->descriptor.get() : STDOUT_FILENO;
 }
 
-[[noreturn]] void stop_process(int line)
-{
-    qv_panic("*** ASSERT in %s at %d\n", "fdloop_telnetd", line);
-}
-
 void hold_spare()
 {
     console.spare.reset(eventfd(0, EFD_CLOEXEC));
@@ -117,6 +114,14 @@ void accept_failed(int listening, void* loop, int error)
     if (client > 0)
         close(client);
     hold_spare();
+}
+
+// The board's files and the bus need descriptors too: a quarter of them is not for clients.
+bool leaves_enough(int client)
+{
+    rlimit limit{};
+    return getrlimit(RLIMIT_NOFILE, &limit) != 0 ||
+           static_cast<rlim_t>(client) < limit.rlim_cur / 4 * 3;
 }
 
 void turn_away(int client)
@@ -157,10 +162,9 @@ int fdloop_telnetd_init(_fdloop_t* loop, const char* address, const char* shell_
 {
     const int listening = socket_create_server(address, 0);
     if (listening < 0)
-        stop_process(__LINE__);
+        power_man::assertion_failed(source_name);
     console.listening.reset(listening);
     console.shell_name = shell_name;
-    console.connections.reserve(most_connections);
     hold_spare();
     if (std::atexit(fdloop_telnetd_close) != 0)
         qv_slog(4, "Console: the listening socket will be closed by the kernel\n");
@@ -176,16 +180,16 @@ int fdloop_telnetd_accept(int listening, void* loop)
     }
     console.accept_failing = false;
     send_at_once(client);
-    if (console.connections.size() >= most_connections) {
+    if (!leaves_enough(client)) {
         turn_away(client);
         return 0;
     }
     qv_cshell_t* const shell = qv_cshell_alloc(console.shell_name);
     if (shell == nullptr)
-        stop_process(__LINE__);
+        power_man::assertion_failed(source_name);
     auto* const connection = new (std::nothrow) telnet_conn(client, shell);
     if (connection == nullptr)
-        stop_process(__LINE__);
+        power_man::assertion_failed(source_name);
     console.connections.emplace_back(connection);
 
     telnet_command_init_default(client);

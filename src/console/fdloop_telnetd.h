@@ -14,7 +14,8 @@ using telnet_input_hook = void (*)(void* context, char* data, int length);
 
 // Listens at `address` ("tcp*HOST*PORT") and serves clients from `loop`; `shell_name` is the
 // prompt and must live as long as the process. 0, or a negative errno of the registration. No
-// server socket stops the process. At most 16 clients are served at a time.
+// server socket stops the process. Any number of clients is served, as long as they leave the
+// process a quarter of its descriptors; those beyond are told to try again later.
 int fdloop_telnetd_init(_fdloop_t* loop, const char* address, const char* shell_name);
 
 // Gives the input of the connection whose command is running to `hook` from now on. Returns the
