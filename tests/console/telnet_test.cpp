@@ -157,7 +157,7 @@ protected:
         EXPECT_EQ(getsockname(before, reinterpret_cast<sockaddr*>(&address), &size), 0);
         port_ = ntohs(address.sin_port);
     }
-    ~Telnet() override { fdloop_telnetd_close(); }
+    void TearDown() override { fdloop_telnetd_close(); }
 
     std::uint16_t port_;
 };
