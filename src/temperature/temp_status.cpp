@@ -26,20 +26,21 @@ struct Limitation {
     const char* line;
 };
 
-const Limitation usb_off = {key::usb_held, "   USB - Off\n"};
-const Limitation usb = {key::usb_held, "   USB\n"};
-const Limitation usb_extended_off = {key::usb_extended_held, "   USB extern host - Off\n"};
-const Limitation usb_extended = {key::usb_extended_held, "   USB extern host\n"};
-const Limitation poe = {PwrMgrPoe::RAM_STATUS_PWR_MGR_LAN_POE, "   PoE - Off\n"};
-const Limitation background = {key::limit_background, "   Background connections - Limited\n"};
-const Limitation connections = {key::close_connections, "   Connections Closed\n"};
-const Limitation terminal_off = {key::power_off, "   Power Off terminal\n"};
+constexpr Limitation usb_off = {key::usb_held, "   USB - Off\n"};
+constexpr Limitation usb = {key::usb_held, "   USB\n"};
+constexpr Limitation usb_extended_off = {key::usb_extended_held, "   USB extern host - Off\n"};
+constexpr Limitation usb_extended = {key::usb_extended_held, "   USB extern host\n"};
+constexpr Limitation poe = {PwrMgrPoe::RAM_STATUS_PWR_MGR_LAN_POE, "   PoE - Off\n"};
+constexpr Limitation background = {key::limit_background, "   Background connections - Limited\n"};
+constexpr Limitation connections = {key::close_connections, "   Connections Closed\n"};
+constexpr Limitation terminal_off = {key::power_off, "   Power Off terminal\n"};
 
-const std::array battery_limitations = {usb_off,    usb_extended_off, poe,
-                                        background, connections,      terminal_off};
-const std::array module_limitations = {usb, usb_extended, background, connections, terminal_off};
-const std::array bdu_limitations = {background, connections, terminal_off};
-const std::array v150_limitations = {terminal_off};
+constexpr std::array battery_limitations = {usb_off,    usb_extended_off, poe,
+                                            background, connections,      terminal_off};
+constexpr std::array module_limitations = {usb, usb_extended, background, connections,
+                                           terminal_off};
+constexpr std::array bdu_limitations = {background, connections, terminal_off};
+constexpr std::array v150_limitations = {terminal_off};
 
 struct Report {
     const char* platform;
