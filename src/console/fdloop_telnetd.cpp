@@ -105,8 +105,8 @@ void end_connection(const telnet_conn* connection)
 // spare descriptor lets it in, and out again.
 void accept_failed(int listening, void* loop, int error)
 {
-    if (error == 0 || error == EAGAIN || error == EINTR || error == ECONNABORTED)
-        return;
+    if (error == 0 || error == EAGAIN || error == EINTR || error == ECONNABORTED || error == EACCES)
+        return; // nobody is waiting
     if (!std::exchange(console.accept_failing, true))
         qv_slog(4, "Console: clients are turned away: %s\n", std::strerror(error));
     console.spare.reset(-1);

@@ -14,6 +14,7 @@
 #include "host/descriptor.h"
 #include "host/host.h"
 #include "host/integer.h"
+#include "host/peer_access.h"
 
 namespace {
 
@@ -63,6 +64,8 @@ int socket_create_server(const char* text, int)
 
 int socket_create_server_client(int listening, void*)
 {
-    const int client = accept4(listening, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
-    return client >= 0 ? client : -errno;
+    host::Descriptor client(accept4(listening, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+    if (!client)
+        return -errno;
+    return host::peer_is_trusted(client.get()) ? client.release() : -EACCES;
 }

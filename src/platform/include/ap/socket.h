@@ -16,7 +16,8 @@ int socket_create_server(const char* address, int flags);
 /*
  * Accepts one connection of a listening socket; has the form of a loop callback, whose
  * arguments it takes (`user` is not looked at). The caller owns the descriptor. 0 or a
- * negative errno when there is no connection to take.
+ * negative errno when there is no connection to take, or when it comes from somebody who has no
+ * business here: then it is closed already.
  */
 int socket_create_server_client(int listening, void* user);
 
