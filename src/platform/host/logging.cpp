@@ -3,6 +3,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdarg>
 #include <cstdio>
@@ -35,12 +36,17 @@ void emit(int level, std::string_view text)
     }
     // One write for one line, so that lines of several processes do not mix.
     std::array<char, 1100> line;
+    std::array<char, 16> prefix{};
+    std::size_t leading = 0; // line ends: the prefix counts only on the line of the words
+    if (to_journal_service()) {
+        leading = std::min(text.find_first_not_of('\n'), text.size());
+        std::snprintf(prefix.data(), prefix.size(), "<%d>", level);
+    }
+    const std::string_view words = text.substr(leading);
     const char* const end = text.ends_with('\n') ? "" : "\n";
-    const int length = static_cast<int>(text.size());
-    const int total =
-        to_journal_service()
-            ? std::snprintf(line.data(), line.size(), "<%d>%.*s%s", level, length, text.data(), end)
-            : std::snprintf(line.data(), line.size(), "%.*s%s", length, text.data(), end);
+    const int total = std::snprintf(line.data(), line.size(), "%.*s%s%.*s%s",
+                                    static_cast<int>(leading), text.data(), prefix.data(),
+                                    static_cast<int>(words.size()), words.data(), end);
     // There is nowhere left to report a failure to.
     [[maybe_unused]] const ssize_t written =
         write(STDERR_FILENO, line.data(), static_cast<std::size_t>(total));
