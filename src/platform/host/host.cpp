@@ -65,8 +65,10 @@ _fdloop_t* fdloop_init(void)
     if (!host::enable_traces(host.settings.trace, error))
         host::refuse("AP_TRACE: " + error);
     host.loop = _fdloop_t::create();
-    if (!host.loop)
+    if (!host.loop) {
+        qv_slog(3, "There can be no loop: %s\n", std::strerror(errno));
         return nullptr;
+    }
     host.loop->add_deferred(&host.changes);
     if (const int result = host::watch_stop_signals(*host.loop); result != 0) {
         qv_slog(3, "The loop cannot be stopped by a signal: %s\n", std::strerror(-result));

@@ -15,10 +15,14 @@
 namespace host {
 namespace {
 
-// Written by the handler, which may run at any time: one descriptor for the process's life.
+// Written by the handler, which may run at any time: one descriptor for the process's life, or
+// the negative errno of its making.
 int wake_descriptor()
 {
-    static const int descriptor = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    static const int descriptor = [] {
+        const int fd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+        return fd >= 0 ? fd : -errno;
+    }();
     return descriptor;
 }
 
@@ -43,7 +47,8 @@ int stop_loop(int descriptor, void* user)
 
 int watch_stop_signals(_fdloop_t& loop)
 {
-    return loop.add(wake_descriptor(), Condition::input, stop_loop, &loop);
+    const int descriptor = wake_descriptor();
+    return descriptor < 0 ? descriptor : loop.add(descriptor, Condition::input, stop_loop, &loop);
 }
 
 } // namespace host

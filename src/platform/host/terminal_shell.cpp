@@ -63,6 +63,16 @@ int on_input(int fd, void*)
     return 1;
 }
 
+int take_input(_fdloop_t& loop)
+{
+    if (const int error = loop.add(STDIN_FILENO, Condition::input, on_input, nullptr); error != 0)
+        return error;
+    const int error = set_modes();
+    if (error != 0)
+        loop.remove(STDIN_FILENO, Condition::input);
+    return error;
+}
+
 } // namespace
 } // namespace host
 
@@ -73,20 +83,14 @@ int fdloop_shell_init(_fdloop_t* loop, const char* name)
         return -EINVAL;
     if (terminal.shell != nullptr)
         return -EEXIST;
-    int error = loop->add(STDIN_FILENO, host::Condition::input, host::on_input, nullptr);
-    if (error == 0)
-        error = host::set_modes();
-    if (error != 0) {
-        loop->remove(STDIN_FILENO, host::Condition::input);
+    qv_cshell_t* const shell = qv_cshell_alloc(name);
+    if (const int error = shell != nullptr ? host::take_input(*loop) : -ENOMEM; error != 0) {
+        qv_cshell_free(shell);
         qv_slog(3, "No shell on the terminal: %s\n", std::strerror(-error));
         return error;
     }
-    terminal.shell = qv_cshell_alloc(name);
-    if (terminal.shell == nullptr) {
-        loop->remove(STDIN_FILENO, host::Condition::input);
-        return -ENOMEM;
-    }
+    terminal.shell = shell;
     terminal.loop = loop;
-    qv_cshell_prompt(terminal.shell);
+    qv_cshell_prompt(shell);
     return 0;
 }
