@@ -6,9 +6,9 @@
  * of bytes, at most 64 KiB. An integer is stored as signed 32-bit decimal text; reading
  * anything else as an integer fails.
  *
- * Every function returns 0 on success and a negative errno otherwise; on failure the
- * destination is untouched. Calls are answered from the database at once: they may wait for
- * it, but never longer than a fixed deadline well below the supervision's.
+ * Every function returns 0 on success, unless it says otherwise, and a negative errno on failure;
+ * the destination is untouched then. Calls are answered from the database at once: they may
+ * wait for it, but never longer than a fixed deadline well below the supervision's.
  */
 #ifndef AP_CONFIG_H
 #define AP_CONFIG_H
@@ -103,8 +103,7 @@ typedef struct config_field {
 
 /* Stores an integer item into the field of the table whose key equals the item's, and returns
  * the index of that entry; CONFIG_NO_FIELD when there is none or the item has no integer. */
-uint32_t config_parse(const config_data_t* item, const config_field_t* table,
-                      unsigned int entries);
+uint32_t config_parse(const config_data_t* item, const config_field_t* table, unsigned int entries);
 
 /*
  * Calls `callback` for every later write of the key `key` itself and of every key below it:
