@@ -14,6 +14,8 @@
 class CCmEventRec : public CBiteRec {
 public:
     CCmEventRec();
+    CCmEventRec(const CCmEventRec&) = default;
+    CCmEventRec& operator=(const CCmEventRec&) = default;
     virtual ~CCmEventRec();
 
     // Takes the identifier and loads its record; fields without a key keep their values. 0, or

@@ -20,6 +20,7 @@ template <std::size_t KeySize>
 class RecordKeys {
 public:
     RecordKeys() = default;
+    ~RecordKeys() = default;
     RecordKeys(const RecordKeys&) = delete; // items point into the object
     RecordKeys& operator=(const RecordKeys&) = delete;
 

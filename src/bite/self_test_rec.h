@@ -13,6 +13,8 @@
 class CBiteSelfTestRec : public CBiteRec {
 public:
     CBiteSelfTestRec();
+    CBiteSelfTestRec(const CBiteSelfTestRec&) = default;
+    CBiteSelfTestRec& operator=(const CBiteSelfTestRec&) = default;
     virtual ~CBiteSelfTestRec();
 
     // Records the test's extra information. A failure is logged.

@@ -4,6 +4,7 @@
 #include "gpio/device_file.h"
 #include "phone/pwr_mgr_phone.h"
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the test works on a copy
 void PwrMgrPhone::writePOSTResult(CBitePostApi post)
 {
     const CPostId phone_test(0x40000000, 0x00100000, 0x40138405);

@@ -109,6 +109,7 @@ void PwrMgrPhone::setPowerForAllPhonePorts()
         setPowerForPhonePort(port);
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the form that callers rely on
 bool PwrMgrPhone::setPowerForSlicDevice(std::string device, bool on) const
 {
     power_man::DeviceFile file(device.c_str(), O_WRONLY | O_TRUNC);
