@@ -100,10 +100,14 @@ bool on_a_chip(const std::string& directory, int number)
     return false;
 }
 
+bool bad_rows_told = false; // of "lines", which is read at each export
+
 std::string_view level_at_export(const std::string& root, int number)
 {
     const std::string path = root + "/lines";
     std::ifstream stream(path);
+    const bool tell = !bad_rows_told;
+    std::string_view found = "0\n";
     std::string text;
     for (int row = 1; std::getline(stream, text); ++row) {
         std::istringstream words(text.substr(0, text.find('#')));
@@ -111,12 +115,15 @@ std::string_view level_at_export(const std::string& root, int number)
             continue;
         int line = 0;
         int level = 0;
-        if (!(words >> line >> level) || (level != 0 && level != 1) || !(words >> std::ws).eof())
-            qv_slog(4, "%s:%d: write 'NUMBER LEVEL', with level 0 or 1\n", path.c_str(), row);
-        else if (line == number)
-            return level == 0 ? "0\n" : "1\n";
+        if (!(words >> line >> level) || (level != 0 && level != 1) || !(words >> std::ws).eof()) {
+            bad_rows_told = true;
+            if (tell)
+                qv_slog(4, "%s:%d: write 'NUMBER LEVEL', with level 0 or 1\n", path.c_str(), row);
+        } else if (line == number) {
+            found = level == 0 ? "0\n" : "1\n";
+        }
     }
-    return "0\n";
+    return found;
 }
 
 // The directory appears complete: it is made under another name first.
