@@ -39,8 +39,10 @@ bool for_each_wanted(std::string_view wanted, std::string& error,
         wanted.remove_prefix(std::min(wanted.size(), item.size() + 1));
         const std::size_t colon = item.find(':');
         qv_trace_group_t* const group = find_trace_group(item.substr(0, colon));
-        if (group == nullptr || colon == std::string_view::npos || colon + 1 == item.size()) {
-            error = "trace '" + std::string(item) + "': write GROUP:LETTERS, e.g. pwr_man:CD";
+        const bool complete = colon != std::string_view::npos && colon + 1 < item.size();
+        if (group == nullptr || !complete) {
+            error = "trace '" + std::string(item) +
+                    "': " + (complete ? "no such group" : "write GROUP:LETTERS, e.g. pwr_man:CD");
             return false;
         }
         std::uint32_t mask = 0;
