@@ -194,10 +194,15 @@ void _fdloop_t::run_edges()
 {
     changed_files_.clear();
     edges_.collect(changed_files_);
-    for (const int fd : changed_files_) {
+    // A handler may end a later watch and put a new one in its place, which saw no edge.
+    std::vector<std::uint32_t> generations;
+    for (const int fd : changed_files_)
+        generations.push_back(watches_[static_cast<std::size_t>(fd)].generation);
+    for (std::size_t i = 0; i < generations.size(); ++i) {
+        const int fd = changed_files_[i];
         const Watch& watch = watches_[static_cast<std::size_t>(fd)];
-        if (watch.callback != nullptr && watch.plain_file)
-            run_descriptor(fd, watch.generation);
+        if (watch.callback != nullptr && watch.generation == generations[i])
+            run_descriptor(fd, generations[i]);
     }
 }
 
