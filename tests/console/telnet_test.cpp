@@ -1,24 +1,14 @@
 // SPDX-License-Identifier: MIT
-#include "console/fdloop_telnetd.h"
+#include "support/platform.h"
 
 #include <arpa/inet.h>
-#include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/resource.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
-#include <array>
-#include <memory>
-
-#include "ap/config.h"
-#include "ap/log.h"
 #include "ap/output.h"
 #include "ap/shell.h"
-#include "host/clock.h"
-#include "host/host.h"
-#include "host/logging.h"
+#include "console/fdloop_telnetd.h"
 
 namespace {
 
@@ -56,18 +46,13 @@ constexpr shell_command_t commands[] = {{"/bin", "hook", hook, 4, "\n", {0, 0}},
                                         {"/bin", "fd", print_fd, 4, "\n", {0, 0}},
                                         {"/bin", "flood", flood, 4, "\n", {0, 0}}};
 
-void turn()
-{
-    host::instance().loop->run_for(0);
-}
-
 class Client {
 public:
     explicit Client(std::uint16_t port) : fd_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
     {
         sockaddr_in address{AF_INET, htons(port), {htonl(INADDR_LOOPBACK)}, {}};
         EXPECT_EQ(connect(fd_, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-        turn();
+        run_loop();
     }
     ~Client() { hang_up(); }
     Client(const Client&) = delete;
@@ -78,7 +63,7 @@ public:
         if (fd_ >= 0)
             close(fd_);
         fd_ = -1;
-        turn();
+        run_loop();
     }
     void type(std::string_view text)
     {
@@ -86,9 +71,9 @@ public:
             const ssize_t sent = send(fd_, text.data(), text.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
             ASSERT_TRUE(sent > 0 || errno == EAGAIN);
             text.remove_prefix(sent > 0 ? static_cast<std::size_t>(sent) : 0);
-            turn();
+            run_loop();
         }
-        turn();
+        run_loop();
     }
     // What has come; "(end)" behind it when the connection has ended.
     std::string seen()
@@ -107,7 +92,7 @@ public:
         for (int i = 0; i < 500 && !all.ends_with(end); ++i) {
             pollfd ready{fd_, POLLIN, 0};
             poll(&ready, 1, 10);
-            turn();
+            run_loop();
             all += seen();
         }
         return all;
@@ -126,12 +111,11 @@ class Telnet : public testing::Test {
 protected:
     Telnet()
     {
-        host::clock::make_virtual();
+        connect_platform();
         host::set_log_sink([](int, std::string_view text) { console_log.emplace_back(text); });
         for (const shell_command_t& command : commands)
             EXPECT_EQ(shell_command_add_sorted(&command), 0);
         qv_set_default_sig_handlers();
-        config_init_cbus(cbus_conn_create(fdloop_init(), "test."), 0);
         const int before = dup(0); // the listening socket gets this number
         close(before);
         EXPECT_EQ(fdloop_telnetd_init(fdloop_init(), "tcp*127.0.0.1*0", "box"), 0);
@@ -145,17 +129,23 @@ protected:
     std::uint16_t port_;
 };
 
+void limit_descriptors(rlim_t most)
+{
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = most;
+    setrlimit(RLIMIT_NOFILE, &limit);
+}
+
 } // namespace
 
 TEST(TelnetBytes, line_feeds_out_and_commands_in)
 {
-    for (const auto& [text, sent] :
-         std::vector<std::pair<std::string, std::string>>{{"\r\n", "\r\n"},
-                                                          {"\n", "\r\n"},
-                                                          {"a\n\nb", "a\r\n\r\nb"},
-                                                          {"\r\n\n\r\nx\n", "\r\n\r\n\r\nx\r\n"},
-                                                          {"\n\r", "\r\n\r"},
-                                                          {"", ""}}) {
+    const std::pair<std::string, std::string> outputs[] = {
+        {"\r\n", "\r\n"},         {"\n", "\r\n"},
+        {"a\n\nb", "a\r\n\r\nb"}, {"\r\n\n\r\nx\n", "\r\n\r\n\r\nx\r\n"},
+        {"\n\r", "\r\n\r"},       {"", ""}};
+    for (const auto& [text, sent] : outputs) {
         testing::internal::CaptureStdout(); // without a connection
         EXPECT_EQ(qv_puts(text.c_str()), static_cast<int>(sent.size()));
         EXPECT_EQ(testing::internal::GetCapturedStdout(), sent);
@@ -166,13 +156,13 @@ TEST(TelnetBytes, line_feeds_out_and_commands_in)
     EXPECT_EQ(fdputs(-1, "a\nb", 3) + fdputs(1, "x", -1), 0);
     EXPECT_EQ(fdloop_telnet_get_fd() + fdloop_telnet_hook_input(keep_input, nullptr), -2);
 
-    for (const auto& [received, left] :
-         std::vector<std::pair<std::string, std::string>>{{"\xff\xfd\x01ls\r\n", "ls\r\n"},
+    const std::pair<std::string, std::string> inputs[] = {{"\xff\xfd\x01ls\r\n", "ls\r\n"},
                                                           {"a\xff\x01", "a\xff\x01"},
                                                           {"\xff\xff\x01z", "z"},
                                                           {"\xff\xfb\x01\xff\xfb\x03", ""},
                                                           {"a\xff\xff\xffz\xff\xff", "az\xff\xff"},
-                                                          {"", ""}}) {
+                                                          {"", ""}};
+    for (const auto& [received, left] : inputs) {
         std::string data = received;
         data.resize(static_cast<std::size_t>(
             telnet_input_filter(data.data(), static_cast<int>(data.size()))));
@@ -204,7 +194,7 @@ TEST_F(Telnet, serves_two_clients_apart)
     EXPECT_EQ(two.answer("nothing\r"), "nothing\r\nnothing: no such command; try 'help'\r\nbox> ");
     one.hang_up();
     config_write_int("k", 2); // the watch ends with its connection
-    turn();
+    run_loop();
     EXPECT_EQ(two.answer("exit\rconfig set k 3\r"), "exit\r\n(end)");
     Client three(port_);
     EXPECT_EQ(three.seen(), greeting);
@@ -253,10 +243,7 @@ TEST_F(Telnet, bad_clients_harm_nobody)
 
 TEST_F(Telnet, clients_are_turned_away_when_descriptors_get_short)
 {
-    rlimit limit{};
-    getrlimit(RLIMIT_NOFILE, &limit);
-    limit.rlim_cur = 200; // a client takes two here
-    setrlimit(RLIMIT_NOFILE, &limit);
+    limit_descriptors(200); // a client takes two here
     std::vector<std::unique_ptr<Client>> clients;
     std::string last(greeting);
     while (last == greeting && clients.size() < 90) {
@@ -266,29 +253,25 @@ TEST_F(Telnet, clients_are_turned_away_when_descriptors_get_short)
     EXPECT_EQ(last, "Too many console connections, try again later\r\n(end)");
     EXPECT_GT(clients.size(), 50U);
     clients.front()->hang_up();
-    turn();
+    run_loop();
     Client again(port_);
     EXPECT_EQ(again.seen(), greeting);
 }
 
 TEST_F(Telnet, running_out_of_descriptors_is_logged_once_and_wakes_nobody)
 {
-    turn(); // sanitizers need descriptors for what they see first
-    const std::uint16_t port = port_;
-    rlimit limit{};
-    getrlimit(RLIMIT_NOFILE, &limit);
+    run_loop(); // sanitizers need descriptors for what they see first
     std::vector<int> taken;
-    rlimit few{64, limit.rlim_max};
-    setrlimit(RLIMIT_NOFILE, &few);
+    limit_descriptors(64);
     for (int fd = dup(0); fd >= 0; fd = dup(0))
         taken.push_back(fd);
     for (int i = 0; i < 2; ++i) {
         close(taken.back()); // for the client's own end
-        Client client(port);
+        Client client(port_);
         EXPECT_EQ(client.seen(), "(end)");
-        turn();
+        run_loop();
         const auto before = host::instance().loop->statistics().callbacks;
-        turn();
+        run_loop();
         EXPECT_EQ(host::instance().loop->statistics().callbacks, before);
         client.hang_up();
         taken.back() = dup(0);

@@ -1,18 +1,10 @@
 // SPDX-License-Identifier: MIT
 // The device files: the emulated board, its edges, and the machine's own files.
-#include <fcntl.h>
-#include <gtest/gtest.h>
-#include <unistd.h>
+#include "support/platform.h"
 
-#include <cerrno>
-#include <filesystem>
-#include <fstream>
 #include <sstream>
 
 #include "ap/device.h"
-#include "ap/loop.h"
-#include "host/clock.h"
-#include "host/host.h"
 
 namespace fs = std::filesystem;
 
@@ -185,7 +177,7 @@ TEST_F(Board, wakes_the_loop_on_matching_edges)
         calls = 0;
         if (!what.empty())
             put(value, what);
-        loop->run_for(1);
+        run_loop(1);
         return calls;
     };
 

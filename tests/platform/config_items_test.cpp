@@ -1,30 +1,14 @@
 // SPDX-License-Identifier: MIT
 // Several keys in one call: what is found, what is refused, what is written where.
-#include <gtest/gtest.h>
+#include "support/platform.h"
 
-#include <array>
-#include <cerrno>
-#include <cstdlib>
 #include <cstring>
-#include <memory>
-#include <string>
-#include <vector>
-
-#include "ap/config.h"
-#include "host/configuration.h"
-#include "host/host.h"
 
 namespace {
 
 class ConfigItems : public testing::Test {
 protected:
-    ConfigItems() { host::instance().connected = true; }
-
-    static void put(std::string_view key, std::string_view value)
-    {
-        const host::Write write{key, value};
-        ASSERT_EQ(0, host::config_write({&write, 1}));
-    }
+    ConfigItems() { connect_platform(); }
 
     static std::string get(const char* key)
     {
@@ -56,23 +40,15 @@ std::string matches(const char* pattern)
     return text;
 }
 
-std::string delivery; // one line for each call of the change callback
-
-void note_delivery(unsigned int count, const config_data_t* records, void*)
-{
-    for (unsigned int i = 0; i < count; ++i)
-        delivery += std::string(records[i].key) + (i + 1 < count ? " " : "\n");
-}
-
 } // namespace
 
 TEST_F(ConfigItems, ReadingTellsForEachItemAndStaysInsideItsData)
 {
     const std::string_view with_nul("12\0ab678", 8);
-    put("a.number", "-12");
-    put("a.text", "abc");
-    put("a.bytes", with_nul);
-    put("a.word", "ten");
+    put_value("a.number", "-12");
+    put_value("a.text", "abc");
+    put_value("a.bytes", with_nul);
+    put_value("a.word", "ten");
     const struct {
         std::uint32_t type;
         const char* key;
@@ -106,7 +82,7 @@ TEST_F(ConfigItems, ReadingTellsForEachItemAndStaysInsideItsData)
 
 TEST_F(ConfigItems, ABadItemRefusesTheWholeCall)
 {
-    put("a.b.good", "1");
+    put_value("a.b.good", "1");
     const std::string long_key = "a.b." + std::string(300, 'k');
     std::int32_t value = 5;
     const std::pair<config_data_t, int> bad[] = {
@@ -141,8 +117,12 @@ TEST_F(ConfigItems, ABadItemRefusesTheWholeCall)
 
 TEST_F(ConfigItems, WhatIsWrittenTogetherArrivesTogether)
 {
-    _fdloop_t* const loop = fdloop_init();
-    ASSERT_EQ(0, config_change_register("r", note_delivery, nullptr));
+    static std::string delivery; // one line for each call
+    const auto note = [](unsigned int count, const config_data_t* records, void*) {
+        for (unsigned int i = 0; i < count; ++i)
+            delivery += std::string(records[i].key) + (i + 1 < count ? " " : "\n");
+    };
+    ASSERT_EQ(0, config_change_register("r", note, nullptr));
     std::int32_t low = INT32_MIN;
     char text[8] = "abc";
     const std::array items = {item(CONFIG_TYPE_RAW, "r.3", text, 5),
@@ -153,17 +133,17 @@ TEST_F(ConfigItems, WhatIsWrittenTogetherArrivesTogether)
     EXPECT_EQ("abc", get("r.2"));
     EXPECT_EQ(std::string("abc\0\0", 5), get("r.3"));
     EXPECT_EQ("", delivery);
-    loop->run_for(0);
+    run_loop();
     EXPECT_EQ("r.3 r.1 r.2\n", delivery);
 }
 
 TEST_F(ConfigItems, PatternsMatchWholeKeys)
 {
-    put("r.id.12.cnt", "5");
-    put("r.id.12.info", "-2147483648");
-    put("r.id.12.name", "x");
-    put("r.id.123.cnt", "6");
-    put("xr.id.12.cnt", "7");
+    put_value("r.id.12.cnt", "5");
+    put_value("r.id.12.info", "-2147483648");
+    put_value("r.id.12.name", "x");
+    put_value("r.id.123.cnt", "6");
+    put_value("xr.id.12.cnt", "7");
     EXPECT_EQ("r.id.12.cnt=5 r.id.12.info=-2147483648 r.id.12.name=?", matches("r.id.12\\..*"));
     EXPECT_EQ("r.id.12.cnt=5 r.id.123.cnt=6", matches("r\\.id\\.(12|123)\\.cnt"));
     EXPECT_EQ("", matches("r.id") + matches(""));
@@ -172,9 +152,9 @@ TEST_F(ConfigItems, PatternsMatchWholeKeys)
          {static_cast<const char*>(nullptr), "a(b", long_pattern.c_str()})
         EXPECT_EQ(std::to_string(-EINVAL), matches(pattern));
     for (int i = 0; i < 1024; ++i)
-        put("many." + std::to_string(i), "1");
+        put_value("many." + std::to_string(i), "1");
     EXPECT_TRUE(matches("many\\..*").ends_with("many.999=1"));
-    put("many.1024", "1");
+    put_value("many.1024", "1");
     EXPECT_EQ(std::to_string(-E2BIG), matches("many\\..*"));
 }
 

@@ -1,14 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include "host/seed.h"
+#include "support/platform.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <fstream>
-
-#include "ap/config.h"
-#include "host/host.h"
 #include "host/memory_store.h"
+#include "host/seed.h"
 #include "host/settings.h"
 #include "host/trace.h"
 

@@ -1,22 +1,13 @@
 // SPDX-License-Identifier: MIT
-#include "ap/shell.h"
+#include "support/platform.h"
 
-#include <gtest/gtest.h>
-
-#include <array>
-#include <cerrno>
 #include <cstdarg>
-#include <cstdio>
 #include <sstream>
 #include <tuple>
-#include <unistd.h>
 
-#include "ap/config.h"
-#include "ap/log.h"
 #include "ap/output.h"
+#include "ap/shell.h"
 #include "host/bus.h"
-#include "host/clock.h"
-#include "host/host.h"
 #include "host/line_editor.h"
 
 namespace {
@@ -52,14 +43,7 @@ std::string edit(host::LineEditor& editor, std::string_view input)
 
 class Shell : public testing::Test {
 protected:
-    Shell()
-    {
-        host::clock::make_virtual();
-        _fdloop_t* const loop = fdloop_init();
-        connection_ = cbus_conn_create(loop, "test.");
-        config_init_cbus(connection_, 0);
-        shell_ = qv_cshell_alloc("box");
-    }
+    Shell() : connection_(connect_platform()), shell_(qv_cshell_alloc("box")) {}
     ~Shell() override { qv_cshell_free(shell_); }
 
     // What the shell prints for the lines, without their echo and the prompts.
@@ -221,16 +205,16 @@ TEST_F(Shell, watch_shows_changes_to_its_own_connection)
               "config: a: File exists\na\na.b\n");
     console_fd = -1;
     run("config set a.b 5 a.c text other 1;config del a.c");
-    host::instance().loop->run_for(0);
+    run_loop();
     run("config unwatch a");
     type("half\x1b[D");
     config_write_int("a.b", 6);
     config_write_int("a.c", 6);
-    host::instance().loop->run_for(0);
+    run_loop();
     qv_cshell_free(shell_);
     shell_ = nullptr;
     config_write_int("a.b", 7);
-    host::instance().loop->run_for(0);
+    run_loop();
     close(ends[1]);
     std::string seen(4096, ' ');
     seen.resize(static_cast<std::size_t>(read(ends[0], seen.data(), seen.size())));

@@ -1,19 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include "ap/supervision.h"
+#include "support/platform.h"
 
-#include <gtest/gtest.h>
-#include <sys/socket.h>
 #include <sys/un.h>
-#include <unistd.h>
 
-#include <array>
-#include <cstdlib>
-
-#include "ap/log.h"
-#include "host/clock.h"
-#include "host/descriptor.h"
-#include "host/host.h"
-#include "host/logging.h"
+#include "ap/supervision.h"
 
 namespace {
 
@@ -57,8 +47,6 @@ protected:
         unlink(path.c_str());
     }
     ~Supervision() override { unlink(path.c_str()); }
-    void run(std::uint64_t milliseconds) const { loop->run_for(milliseconds); }
-
     _fdloop_t* const loop = fdloop_init();
     const std::string path = testing::TempDir() + "power_man_notify_" + std::to_string(getpid());
 };
@@ -68,21 +56,21 @@ TEST_F(Supervision, SpeaksTheNotifyProtocol)
     for (const std::string& name : {path, "@power_man_test_" + std::to_string(getpid())}) {
         const Manager manager(name);
         EXPECT_EQ(appmgr_alive_fdloop_register(loop) + appmgr_signal(), 0);
-        run(3600'000); // nobody waits for signs of life
+        run_loop(3600'000); // nobody waits for signs of life
         EXPECT_EQ(manager.heard(), "READY=1 ");
         EXPECT_EQ(appmgr_set_dead_time(60000), 0);
-        run(29'999);
+        run_loop(29'999);
         EXPECT_EQ(manager.heard(), "WATCHDOG_USEC=60000000 ");
-        run(60'001);
+        run_loop(60'001);
         EXPECT_EQ(manager.heard(), "WATCHDOG=1 WATCHDOG=1 WATCHDOG=1 ");
         EXPECT_EQ(appmgr_set_dead_time(1000), 0); // also for the beat that is on its way
-        run(1000);
+        run_loop(1000);
         EXPECT_EQ(manager.heard(), "WATCHDOG_USEC=1000000 WATCHDOG=1 WATCHDOG=1 ");
         EXPECT_EQ(appmgr_set_dead_time(1), 0);
-        run(3); // comes back: no beat is due at once for ever
+        run_loop(3); // comes back: no beat is due at once for ever
         EXPECT_EQ(appmgr_set_dead_time(0), 0);
         manager.heard();
-        run(3600'000);
+        run_loop(3600'000);
         EXPECT_EQ(manager.heard(), "");
     }
     EXPECT_EQ(logged, "");
@@ -94,12 +82,12 @@ TEST_F(Supervision, TakesTheManagersOwnDeadTime)
     for (const char* const bad : {"", "x", "-5000000", "5000000s", "99999999999999999999999"}) {
         setenv("WATCHDOG_USEC", bad, 1);
         appmgr_alive_fdloop_register(loop);
-        run(3600'000);
+        run_loop(3600'000);
         EXPECT_EQ(manager.heard(), "") << bad;
     }
     setenv("WATCHDOG_USEC", "20000000", 1);
     appmgr_alive_fdloop_register(loop);
-    run(20'000);
+    run_loop(20'000);
     EXPECT_EQ(manager.heard(), "WATCHDOG=1 WATCHDOG=1 ");
 }
 
@@ -110,12 +98,12 @@ TEST_F(Supervision, AManagerThatIsNotReachedIsOneLogLine)
         setenv("NOTIFY_SOCKET", name.c_str(), 1);
         EXPECT_LT(appmgr_set_dead_time(1000), 0);
         EXPECT_LT(appmgr_signal(), 0);
-        run(10'000);
+        run_loop(10'000);
         const char* const why = name == path ? "No such file or directory" : "File name too long";
         EXPECT_EQ(logged, "Supervision at " + name + " is not reached: " + why + "\n");
 
         const Manager manager(path); // in between, so that it is told again
-        run(500);
+        run_loop(500);
         EXPECT_EQ(manager.heard(), "WATCHDOG=1 ");
         logged.clear();
         unlink(path.c_str());
@@ -128,7 +116,7 @@ TEST_F(Supervision, WithoutAManagerNothingEverWakesTheLoop)
     setenv("WATCHDOG_USEC", "1000000", 1);
     EXPECT_EQ(appmgr_alive_fdloop_register(loop) + appmgr_set_dead_time(1000) + appmgr_signal(), 0);
     const std::uint64_t callbacks = loop->statistics().callbacks;
-    run(3600'000);
+    run_loop(3600'000);
     EXPECT_EQ(loop->statistics().callbacks, callbacks);
     EXPECT_EQ(logged, "");
 }
