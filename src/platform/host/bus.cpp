@@ -42,7 +42,7 @@ _cbus_conn_t* cbus_conn_create(_fdloop_t* loop, const char* name)
     return host::instance().bus.get();
 }
 
-// Nobody else is on this bus: there are no names to serve and no signals to be chosen.
+// The daemon takes no signals: there are no names to serve and none to be chosen.
 int cbus_provide(_cbus_conn_t* connection, const char* name)
 {
     return connection == nullptr || name == nullptr ? -EINVAL : 0;
@@ -63,5 +63,5 @@ int cbus_send_signal(_cbus_conn_t* connection, const char* name, const void* dat
     const std::string_view payload(static_cast<const char*>(data), length);
     host::instance().signals.add(name, payload);
     host::instance().journal.write("%s", host::describe_signal(name, payload, length).c_str());
-    return 0;
+    return host::instance().store->publish(name, payload);
 }

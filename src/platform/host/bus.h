@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The bus inside this process: nobody else is on it, so that a signal is remembered and that
-// is all. The console and the tests look at the last ones.
+// The bus. A signal is remembered, for the console and the tests, and goes to whoever shares the
+// database with this process: without a shared one, to nobody.
 #pragma once
 
 #include <array>

@@ -48,6 +48,15 @@ bool ChangeDispatcher::is_followed(std::string_view key) const
                        });
 }
 
+bool ChangeDispatcher::is_registered(std::string_view key) const
+{
+    return std::any_of(registrations_.begin(), registrations_.end(),
+                       [key](const Registration& registration) {
+                           return !registration.removed && key_is_below(key, registration.key) &&
+                                  key_is_below(registration.key, key);
+                       });
+}
+
 void ChangeDispatcher::queue(std::span<const Write> writes)
 {
     Batch batch{++batch_number_, {}};

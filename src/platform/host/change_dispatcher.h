@@ -22,6 +22,9 @@ public:
     // True when somebody follows that key: a change that nobody follows need not be queued.
     bool is_followed(std::string_view key) const;
 
+    // True when that very key is registered, a dot at its end or not.
+    bool is_registered(std::string_view key) const;
+
     // Queues what was written together, to be delivered in one call.
     void queue(std::span<const Write> writes);
 

@@ -174,6 +174,7 @@ int config_change_register(const char* key, config_change_callback callback, voi
         return -EINVAL;
     if (!host::instance().connected)
         return -ENOTCONN;
+    host::instance().store->follow(name);
     return host::instance().changes.add(name, callback, user);
 }
 
@@ -184,5 +185,8 @@ int config_change_deregister(const char* key, config_change_callback callback, v
         return error;
     if (!host::instance().connected)
         return -ENOTCONN;
-    return host::instance().changes.remove(name, callback, user);
+    const int result = host::instance().changes.remove(name, callback, user);
+    if (result == 0)
+        host::instance().store->unfollow(name);
+    return result;
 }

@@ -10,6 +10,7 @@
 #include "ap/loop.h"
 #include "host/memory_store.h"
 #include "host/seed.h"
+#include "host/shared_store.h"
 #include "host/stop_signal.h"
 #include "host/trace.h"
 
@@ -22,10 +23,13 @@ std::unique_ptr<Host>& holder()
     return host;
 }
 
-[[noreturn]] void refuse(const std::string& error)
+constexpr int bad_setting = 2;
+constexpr int no_database = 1;
+
+[[noreturn]] void refuse(const std::string& error, int status = bad_setting)
 {
     std::fprintf(stderr, "power_man: %s\n", error.c_str());
-    std::exit(2);
+    std::exit(status);
 }
 
 } // namespace
@@ -37,6 +41,12 @@ Host::Host()
     if (!found)
         refuse(error);
     settings = *found;
+    if (!settings.database.empty()) {
+        store = open_shared_store(settings, changes, error);
+        if (!store)
+            refuse(error, no_database);
+        return;
+    }
     store = std::make_unique<MemoryStore>(changes);
     if (!settings.seed_file.empty() && !load_seed(settings.seed_file, *store, error))
         refuse(error);
@@ -69,6 +79,7 @@ _fdloop_t* fdloop_init(void)
         qv_slog(3, "There can be no loop: %s\n", std::strerror(errno));
         return nullptr;
     }
+    host.store->attach(*host.loop); // first: what it reads is delivered in the same turn
     host.loop->add_deferred(&host.changes);
     if (const int result = host::watch_stop_signals(*host.loop); result != 0) {
         qv_slog(3, "The loop cannot be stopped by a signal: %s\n", std::strerror(-result));

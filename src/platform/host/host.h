@@ -27,7 +27,7 @@ struct Host {
 };
 
 // Made on first use, from the environment; what is wrong there is said in one line on standard
-// error, and the process exits with 2.
+// error, and the process exits with 2, or with 1 when the shared database cannot be used.
 Host& instance();
 
 // For tests: the next use of instance() starts afresh.

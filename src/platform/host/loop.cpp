@@ -23,7 +23,17 @@ constexpr std::uint64_t event_tag(int fd, std::uint32_t generation)
 epoll_event event_for(int fd, host::Condition condition, std::uint32_t generation)
 {
     epoll_event event{};
-    event.events = condition == host::Condition::input ? EPOLLIN : EPOLLPRI;
+    switch (condition) {
+    case host::Condition::input:
+        event.events = EPOLLIN;
+        break;
+    case host::Condition::output:
+        event.events = EPOLLOUT;
+        break;
+    case host::Condition::exception:
+        event.events = EPOLLPRI;
+        break;
+    }
     event.data.u64 = event_tag(fd, generation);
     return event;
 }
@@ -161,11 +171,21 @@ int _fdloop_t::restart_timer(int id, std::uint64_t milliseconds)
     return 0;
 }
 
+int _fdloop_t::remove_timer(int id)
+{
+    if (std::erase_if(timers_, [id](const Timer& timer) { return timer.id == id; }) == 0)
+        return -ENOENT;
+    std::make_heap(timers_.begin(), timers_.end(), later);
+    return 0;
+}
+
 template <typename Callback>
 int _fdloop_t::timed(Callback&& callback)
 {
     const std::uint64_t start = host::clock::machine_us();
     const int result = callback();
+    if (callback_end_ != nullptr)
+        callback_end_->callback_ended();
     const std::uint64_t took = host::clock::machine_us() - start;
     ++statistics_.callbacks;
     statistics_.longest_callback_us = std::max(statistics_.longest_callback_us, took);
@@ -281,6 +301,8 @@ bool _fdloop_t::turn(int timeout_ms)
 int _fdloop_t::run()
 {
     error_ = 0;
+    if (callback_end_ != nullptr)
+        callback_end_->callback_ended();
     while (!stopping_) {
         const int timeout = wait_time();
         if (timeout > 0 && host::clock::is_virtual()) {

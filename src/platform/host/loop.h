@@ -26,7 +26,15 @@ public:
     virtual void run() = 0; // a bounded piece; what is left stays pending
 };
 
-enum class Condition { input, exception };
+// Told at the end of every callback, timer's and deferred work's too, and before run() first
+// waits: what they have gathered may go out.
+class CallbackEnd {
+public:
+    virtual ~CallbackEnd() = default;
+    virtual void callback_ended() = 0;
+};
+
+enum class Condition { input, output, exception };
 
 struct LoopStatistics {
     std::uint64_t wake_ups = 0;
@@ -46,9 +54,13 @@ public:
 
     int add_timer(std::uint64_t milliseconds, fdloop_timer_callback callback, void* user);
     int restart_timer(int id, std::uint64_t milliseconds);
+    int remove_timer(int id);
 
     // `work` must outlive the loop.
     void add_deferred(host::Deferred* work) { deferred_.push_back(work); }
+
+    // One at most; must outlive the loop.
+    void set_callback_end(host::CallbackEnd* end) { callback_end_ = end; }
 
     // Runs until stop(). 0, or the negative errno of the wait.
     int run();
@@ -100,6 +112,7 @@ private:
     std::vector<Watch> watches_; // index: descriptor
     std::vector<Timer> timers_;  // a heap, the next one first
     std::vector<host::Deferred*> deferred_;
+    host::CallbackEnd* callback_end_ = nullptr;
     host::EdgeWatcher edges_;
     std::vector<int> changed_files_;
     host::LoopStatistics statistics_;

@@ -58,10 +58,8 @@ bool read_board_root(std::string& root, std::string& error)
 std::optional<Settings> Settings::from_environment(std::string& error)
 {
     Settings settings;
-    if (const std::string address = variable("AP_DATABASE"); !address.empty()) {
-        error = "AP_DATABASE: '" + address + "': there is only the in-process database; unset it";
-        return std::nullopt;
-    }
+    settings.database = variable("AP_DATABASE");
+    settings.password_file = variable("AP_DATABASE_PASSWORD_FILE");
     settings.seed_file = variable("AP_DATABASE_SEED");
     settings.trace = variable("AP_TRACE");
     if (!read_board_root(settings.board_root, error) ||

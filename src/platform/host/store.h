@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+struct _fdloop_t;
+
 namespace host {
 
 // One write; without a value the key is removed.
@@ -30,6 +32,21 @@ public:
 
     // The keys that are `prefix` or stand below it, in order; all of them for an empty one.
     virtual int list(std::string_view prefix, std::vector<std::string>& keys) = 0;
+
+    // The rest concerns only a store that is shared with other processes.
+
+    // Serves its connections from the loop, which it outlives.
+    virtual void attach(_fdloop_t&) {}
+
+    // Changes of the key, and of all below it, are wanted from the server; to be called before
+    // the change dispatcher is told. Writes made before are not reported to the newcomer.
+    virtual void follow(std::string_view) {}
+
+    // Somebody has left that key; others may follow it still.
+    virtual void unfollow(std::string_view) {}
+
+    // Sends a signal to other processes. 0, or a negative errno.
+    virtual int publish(std::string_view, std::string_view) { return 0; }
 };
 
 // True when `key` is `prefix` or stands below it; a dot at the end of `prefix` makes no
