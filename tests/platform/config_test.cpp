@@ -4,6 +4,13 @@
 
 #include <list>
 #include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#ifdef POWER_MAN_HAS_REDIS
+#include "platform/redis_server.h"
+#endif
 
 namespace {
 
@@ -22,6 +29,30 @@ void deliver_in_process()
 {
     run_loop();
 }
+
+#ifdef POWER_MAN_HAS_REDIS
+constexpr const char* marker = "marker.of.the.test";
+
+void shared()
+{
+    static RedisServer server;
+    setenv("AP_DATABASE", server.address().c_str(), 1);
+    config_init_cbus(cbus_conn_create(fdloop_init(), "test"), 0);
+    const auto stop = [](unsigned int, const config_data_t*, void*) {
+        host::instance().loop->stop();
+    };
+    config_change_register(marker, stop, nullptr);
+}
+
+// What a callback writes at the marker's delivery arrives with a later one.
+void deliver_shared()
+{
+    for (int i = 0; i < 4; ++i) {
+        config_write_int(marker, i);
+        host::instance().loop->run();
+    }
+}
+#endif
 
 // Somebody who follows keys. What it is told is one bracket for each call.
 struct Follower {
@@ -274,8 +305,13 @@ TEST_P(Config, RefusesBadKeysAndValuesEverywhere)
     EXPECT_EQ(config_read_int("w", &none), -ENOENT);
 }
 
-INSTANTIATE_TEST_SUITE_P(Stores, Config,
-                         testing::Values(StoreKind{"in_process", in_process, deliver_in_process}),
+const StoreKind stores[] = {
+    {"in_process", in_process, deliver_in_process},
+#ifdef POWER_MAN_HAS_REDIS
+    {"shared", shared, deliver_shared},
+#endif
+};
+INSTANTIATE_TEST_SUITE_P(Stores, Config, testing::ValuesIn(stores),
                          [](const auto& kind) { return std::string(kind.param.name); });
 
 TEST(ConfigWithoutBus, EveryCallFails)

@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <gtest/gtest.h>
+#include <hiredis/hiredis.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+// A private server with a directory and a socket of its own, and somebody else's connection to
+// it. All of it is gone with the object.
+class RedisServer {
+public:
+    using Settings = std::vector<std::string>; // lines of the configuration
+
+    explicit RedisServer(const Settings& settings = {"notify-keyspace-events KA"})
+    {
+        std::string name = (std::filesystem::temp_directory_path() / "redis_XXXXXX").string();
+        root_ = mkdtemp(name.data()) != nullptr ? name : "/nowhere";
+        start(settings);
+    }
+    RedisServer(const RedisServer&) = delete;
+    RedisServer& operator=(const RedisServer&) = delete;
+    ~RedisServer()
+    {
+        kill();
+        std::error_code ignored;
+        std::filesystem::remove_all(root_, ignored);
+    }
+
+    std::string path(const char* name) const { return (root_ / name).string(); }
+    std::string socket() const { return path("socket"); }
+    std::string address() const { return "unix:" + socket(); }
+
+    void start(const Settings& settings = {"notify-keyspace-events KA"},
+               const std::string& socket_path = {})
+    {
+        std::ofstream configuration(path("conf"));
+        configuration << "port 0\nunixsocket " << socket() << "\ndir " << root_.string()
+                      << "\nsave \"\"\nlogfile " << path("log") << "\n";
+        for (const std::string& line : settings)
+            configuration << line << "\n";
+        configuration.close();
+        process_ = fork();
+        if (process_ == 0) {
+            execlp("redis-server", "redis-server", path("conf").c_str(), nullptr);
+            _exit(127);
+        }
+        for (int i = 0; i < 1000 && !connect(socket_path.empty() ? socket() : socket_path); ++i)
+            poll(nullptr, 0, 10);
+        EXPECT_NE(peer_, nullptr) << "no server";
+    }
+
+    void signal(int number) const { ::kill(process_, number); }
+    void stop() const { signal(SIGSTOP); }
+    void go_on() const { signal(SIGCONT); }
+    void kill()
+    {
+        if (process_ > 0) {
+            signal(SIGKILL);
+            waitpid(process_, nullptr, 0);
+        }
+        process_ = -1;
+        redisFree(peer_);
+        peer_ = nullptr;
+    }
+
+    // What another client gets for a command of words without blanks; "" for nothing.
+    template <typename... Values>
+    std::string ask(const char* format, Values... values)
+    {
+        auto* const reply = static_cast<redisReply*>(redisCommand(peer_, format, values...));
+        std::string text = "(lost)";
+        if (reply != nullptr)
+            text = reply->str != nullptr                ? std::string(reply->str, reply->len)
+                   : reply->type == REDIS_REPLY_INTEGER ? std::to_string(reply->integer)
+                                                        : "";
+        freeReplyObject(reply);
+        return text;
+    }
+
+    redisContext* peer() { return peer_; }
+
+private:
+    bool connect(const std::string& path_name)
+    {
+        redisFree(peer_);
+        peer_ = redisConnectUnix(path_name.c_str());
+        if (peer_ != nullptr && peer_->err != 0) {
+            redisFree(peer_);
+            peer_ = nullptr;
+        }
+        return peer_ != nullptr;
+    }
+
+    std::filesystem::path root_;
+    pid_t process_ = -1;
+    redisContext* peer_ = nullptr;
+};
