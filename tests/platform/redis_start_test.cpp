@@ -152,7 +152,7 @@ TEST(RedisLinkTest, ADrippingServerCostsOneDeadline)
     pipeline.ask({"GET", "k"});
     std::vector<host::Reply> replies;
     const std::uint64_t begin = host::clock::machine_us();
-    EXPECT_EQ(pipeline.answers(replies, budget.deadline()), -ETIMEDOUT);
+    EXPECT_EQ(pipeline.answers(replies, host::CallBudget::deadline()), -ETIMEDOUT);
     EXPECT_NEAR(static_cast<double>(host::clock::machine_us() - begin), 250'000, 30'000);
     kill(server, SIGKILL);
     waitpid(server, nullptr, 0);

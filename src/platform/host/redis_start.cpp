@@ -90,7 +90,7 @@ bool RedisStore::ask_for_events(std::uint64_t deadline_us, std::string& error)
 
 RedisStore::Verdict RedisStore::check_server(std::string& error)
 {
-    const std::uint64_t deadline = budget_.deadline();
+    const std::uint64_t deadline = CallBudget::deadline();
     bool returned = false;
     std::string refused_write;
     Verdict verdict = check_events(returned, refused_write, deadline, error);

@@ -67,7 +67,7 @@ int RedisStore::read(std::string_view key, std::string_view& value)
     std::vector<Reply> replies;
     pipeline_.ask({"GETRANGE", key, "0", last_byte});
     pipeline_.ask({"EXISTS", key});
-    if (const int error = answers(replies, budget_.deadline()); error != 0)
+    if (const int error = answers(replies, CallBudget::deadline()); error != 0)
         return error;
     const redisReply& found = *replies[0];
     if (found.type != REDIS_REPLY_STRING)
@@ -85,7 +85,7 @@ int RedisStore::list(std::string_view prefix, std::vector<std::string>& keys)
 {
     if (const int error = ready(); error != 0)
         return error;
-    const std::uint64_t deadline = budget_.deadline();
+    const std::uint64_t deadline = CallBudget::deadline();
     std::string cursor = "0";
     const std::size_t first = keys.size();
     do {
@@ -178,7 +178,7 @@ int RedisStore::publish(std::string_view name, std::string_view payload)
 // the registration that follows sees later writes only, and every one of them.
 void RedisStore::follow(std::string_view key)
 {
-    const std::uint64_t deadline = budget_.deadline();
+    const std::uint64_t deadline = CallBudget::deadline();
     if (ready() == 0 && pipeline_.outstanding()) {
         std::vector<Reply> replies;
         pipeline_.ask({"PING"});
@@ -252,7 +252,7 @@ bool RedisStore::pending() const
 
 void RedisStore::run()
 {
-    const std::uint64_t deadline = budget_.deadline();
+    const std::uint64_t deadline = CallBudget::deadline();
     if (feed_.waiting()) {
         if (const int error = feed_.settle(deadline); error != 0) {
             drop(error);
@@ -270,7 +270,7 @@ void RedisStore::run()
 void RedisStore::finish_comparison()
 {
     std::vector<std::string> events;
-    const int error = subscriber_.fence(events, budget_.deadline());
+    const int error = subscriber_.fence(events, CallBudget::deadline());
     if (error != 0) {
         drop(error);
         return;
