@@ -5,6 +5,8 @@
 #include <hiredis/hiredis.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -89,14 +91,17 @@ public:
     redisContext* peer() { return peer_; }
 
 private:
+    // Not by the library's own call, which leaves the end of a long path to chance.
     bool connect(const std::string& path_name)
     {
-        redisFree(peer_);
-        peer_ = redisConnectUnix(path_name.c_str());
-        if (peer_ != nullptr && peer_->err != 0) {
-            redisFree(peer_);
-            peer_ = nullptr;
-        }
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        path_name.copy(address.sun_path, sizeof address.sun_path - 1);
+        const int client = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        if (::connect(client, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0)
+            peer_ = redisConnectFd(client);
+        else
+            close(client);
         return peer_ != nullptr;
     }
 

@@ -79,6 +79,8 @@ _fdloop_t* fdloop_init(void)
         qv_slog(3, "There can be no loop: %s\n", std::strerror(errno));
         return nullptr;
     }
+    if (!host.settings.database.empty() && !host.settings.seed_file.empty())
+        qv_slog(4, "AP_DATABASE_SEED is not loaded: the database is shared with others\n");
     host.store->attach(*host.loop); // first: what it reads is delivered in the same turn
     host.loop->add_deferred(&host.changes);
     if (const int result = host::watch_stop_signals(*host.loop); result != 0) {
