@@ -20,7 +20,8 @@ namespace {
 
 constexpr std::size_t most_unsent = 4U << 20U;
 constexpr std::size_t most_unread = 16U << 20U; // a reply that is not complete yet
-constexpr int reads_at_once = 4;                // of 16 KiB each
+constexpr int reads_at_once = 4;
+constexpr std::size_t read_size = 16U << 10U; // of the library
 
 // The library writes without MSG_NOSIGNAL: a server that dies must not take this process along.
 void ignore_broken_pipes()
@@ -124,8 +125,8 @@ int RedisLink::receive()
         const std::size_t before = context_->reader->len;
         if (redisBufferRead(context_.get()) != REDIS_OK)
             return failure();
-        if (context_->reader->len == before)
-            break;
+        if (context_->reader->len - before < read_size)
+            break; // all that there was
     }
     return context_->reader->len <= most_unread ? 0 : -EMSGSIZE;
 }

@@ -81,6 +81,15 @@ int RedisStore::read(std::string_view key, std::string_view& value)
     return 0;
 }
 
+int RedisStore::recall(std::string_view key, std::string_view& value)
+{
+    const auto own = own_.last().find(key);
+    if (own == own_.last().end() || !own->second.value)
+        return -ENOENT;
+    value = *own->second.value;
+    return 0;
+}
+
 int RedisStore::list(std::string_view prefix, std::vector<std::string>& keys)
 {
     if (const int error = ready(); error != 0)

@@ -51,6 +51,7 @@ public:
     void attach(_fdloop_t& loop) override;
     void follow(std::string_view key) override;
     void unfollow(std::string_view key) override;
+    int recall(std::string_view key, std::string_view& value) override;
     int publish(std::string_view name, std::string_view payload) override;
 
     State state() const { return state_; }

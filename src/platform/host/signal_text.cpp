@@ -6,7 +6,7 @@
 #include <optional>
 
 #include "host/bus.h"
-#include "host/configuration.h"
+#include "host/host.h"
 #include "host/printable.h"
 
 namespace host {
@@ -44,7 +44,7 @@ std::string event_name(std::uint32_t id)
     std::array<char, 32> text;
     std::snprintf(text.data(), text.size(), "txt.evh.stxt.%d", static_cast<std::int32_t>(id));
     std::string_view name;
-    if (config_read(text.data(), name) == 0 && !name.empty())
+    if (instance().store->recall(text.data(), name) == 0 && !name.empty())
         return printable(name, longest_shown_text);
     std::snprintf(text.data(), text.size(), "0x%x", id);
     return text.data();

@@ -45,6 +45,9 @@ public:
     // Somebody has left that key; others may follow it still.
     virtual void unfollow(std::string_view) {}
 
+    // As read(), but nobody is waited for: what this process wrote there last will do.
+    virtual int recall(std::string_view key, std::string_view& value) { return read(key, value); }
+
     // Sends a signal to other processes. 0, or a negative errno.
     virtual int publish(std::string_view, std::string_view) { return 0; }
 };
