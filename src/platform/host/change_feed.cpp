@@ -10,6 +10,8 @@ namespace {
 
 constexpr std::size_t most_at_once = 256; // events of one settling
 constexpr std::size_t most_seen = 65536;  // keys
+constexpr std::size_t longest_value = 64U * 1024U;
+constexpr std::string_view last_byte_of_value = "65536"; // one more than that
 constexpr std::size_t seen_length = 1024;
 constexpr std::string_view last_byte = "1023";
 
@@ -33,6 +35,25 @@ SeenValue seen_value(const OwnWrites::Value& value)
     if (!value || value->empty())
         return std::nullopt;
     return value->substr(0, seen_length);
+}
+
+// GETRANGE alone cannot tell a missing key from an empty value, and GET would bring a value of
+// any length.
+void ask_value(RedisPipeline& pipeline, std::string_view key)
+{
+    pipeline.ask({"GETRANGE", key, "0", last_byte_of_value});
+    pipeline.ask({"EXISTS", key});
+}
+
+ReadAhead::Answer value_answer(const redisReply& found, const redisReply& exists)
+{
+    if (found.type != REDIS_REPLY_STRING)
+        return {text_of(found).starts_with("WRONGTYPE") ? -EINVAL : -EIO, {}};
+    if (found.len > longest_value)
+        return {-EMSGSIZE, {}};
+    if (found.len == 0 && exists.integer == 0)
+        return {-ENOENT, {}};
+    return {0, std::string(text_of(found))};
 }
 
 int refused_read(std::span<const Reply> replies)
@@ -84,11 +105,18 @@ int ChangeFeed::settle(std::uint64_t deadline_us)
         ask_seen_value(pipeline_, key);
         asked.push_back(key);
     }
+    const std::vector<std::string> ahead = read_ahead_.begin(keys.front());
+    for (const std::string& key : ahead)
+        ask_value(pipeline_, key);
     std::vector<Reply> replies;
     if (const int error = pipeline_.answers(replies, deadline_us); error != 0)
         return error;
     if (const int error = refused_read(replies); error != 0)
         return error;
+    for (std::size_t i = 0; i < ahead.size(); ++i) {
+        const std::size_t at = asked.size() + 2 * i;
+        read_ahead_.keep(ahead[i], value_answer(*replies[at], *replies[at + 1]));
+    }
     waiting_.erase(waiting_.begin(), waiting_.begin() + count);
     for (std::size_t i = 0; i < asked.size(); ++i)
         values[asked[i]] = seen_value(*replies[i]);

@@ -18,6 +18,7 @@
 
 #include "host/change_dispatcher.h"
 #include "host/own_writes.h"
+#include "host/read_ahead.h"
 #include "host/redis_pipeline.h"
 
 namespace host {
@@ -30,6 +31,10 @@ void ask_seen_value(RedisPipeline& pipeline, std::string_view key);
 SeenValue seen_value(const redisReply& reply);
 SeenValue seen_value(const OwnWrites::Value& value); // as it would be read
 
+// Whole values, as callers read them: two answers for each. A missing key is not an empty value.
+void ask_value(RedisPipeline& pipeline, std::string_view key);
+ReadAhead::Answer value_answer(const redisReply& found, const redisReply& exists);
+
 // A negative errno when an answer is another error than that of a value that is no string: the
 // server loads its data, or lets us read no more. Nothing may be concluded from it then.
 int refused_read(std::span<const Reply> replies);
@@ -39,8 +44,9 @@ public:
     static constexpr std::size_t most_waiting = 4096;
 
     // All must outlive the feed.
-    ChangeFeed(ChangeDispatcher& changes, RedisPipeline& pipeline, OwnWrites& own)
-        : changes_(changes), pipeline_(pipeline), own_(own)
+    ChangeFeed(ChangeDispatcher& changes, RedisPipeline& pipeline, OwnWrites& own,
+               ReadAhead& read_ahead)
+        : changes_(changes), pipeline_(pipeline), own_(own), read_ahead_(read_ahead)
     {
     }
 
@@ -72,6 +78,7 @@ private:
     ChangeDispatcher& changes_;
     RedisPipeline& pipeline_;
     OwnWrites& own_;
+    ReadAhead& read_ahead_;
     std::deque<std::string> waiting_; // keys, in the order of their events
     std::unordered_map<std::string, std::size_t> seen_;
 };

@@ -12,8 +12,6 @@
 namespace host {
 namespace {
 
-constexpr std::size_t longest_value = 64U * 1024U;
-constexpr std::string_view last_byte = "65536"; // one more than that
 constexpr std::string_view keys_listed_at_once = "1000";
 constexpr std::size_t most_listed = 100'000;
 constexpr std::size_t most_definitions = 64;
@@ -23,11 +21,6 @@ constexpr std::string_view settings_prefix = "cfg";
 std::string_view without_dot(std::string_view key)
 {
     return key.ends_with('.') ? key.substr(0, key.size() - 1) : key;
-}
-
-int read_error(const redisReply& reply)
-{
-    return text_of(reply).starts_with("WRONGTYPE") ? -EINVAL : -EIO;
 }
 
 } // namespace
@@ -58,25 +51,23 @@ int RedisStore::answers(std::vector<Reply>& replies, std::uint64_t deadline_us)
     return error;
 }
 
-// GETRANGE alone cannot tell a missing key from an empty value, and GET would bring a value of
-// any length.
 int RedisStore::read(std::string_view key, std::string_view& value)
 {
     if (const int error = ready(); error != 0)
         return error;
-    std::vector<Reply> replies;
-    pipeline_.ask({"GETRANGE", key, "0", last_byte});
-    pipeline_.ask({"EXISTS", key});
-    if (const int error = answers(replies, CallBudget::deadline()); error != 0)
-        return error;
-    const redisReply& found = *replies[0];
-    if (found.type != REDIS_REPLY_STRING)
-        return read_error(found);
-    if (found.len > longest_value)
-        return -EMSGSIZE;
-    if (found.len == 0 && replies[1]->integer == 0)
-        return -ENOENT;
-    value_ = text_of(found);
+    ReadAhead::Answer answer;
+    if (const ReadAhead::Answer* const known = read_ahead_.read(key); known != nullptr) {
+        answer = *known;
+    } else {
+        std::vector<Reply> replies;
+        ask_value(pipeline_, key);
+        if (const int error = answers(replies, CallBudget::deadline()); error != 0)
+            return error;
+        answer = value_answer(*replies[0], *replies[1]);
+    }
+    if (answer.result != 0)
+        return answer.result;
+    value_ = std::move(answer.value);
     value = value_;
     return 0;
 }
@@ -130,6 +121,7 @@ int RedisStore::list(std::string_view prefix, std::vector<std::string>& keys)
 void RedisStore::remember(std::span<const Write> writes, bool sent, bool silent)
 {
     for (const Write& write : writes) {
+        read_ahead_.forget(write.key);
         const bool followed = subscriber_.coverage(write.key) != RedisSubscriber::Coverage::none;
         if (!sent && (followed || key_is_below(write.key, settings_prefix)))
             continue;
@@ -201,6 +193,7 @@ void RedisStore::follow(std::string_view key)
     add_events(events);
     while (error == 0 && feed_.waiting())
         error = feed_.settle(deadline);
+    read_ahead_.stop();
     if (error != 0)
         drop(error);
     else if (state_ == State::live || comparison_.running())
@@ -298,6 +291,7 @@ void RedisStore::finish_comparison()
 void RedisStore::callback_ended()
 {
     budget_.renew();
+    read_ahead_.callback_ended();
     RedisLink* const subscriber = usable() ? subscriber_.link() : nullptr;
     if (subscriber == nullptr)
         return;

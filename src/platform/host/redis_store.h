@@ -103,7 +103,8 @@ private:
     RedisPipeline pipeline_{budget_, *this};
     RedisSubscriber subscriber_;
     OwnWrites own_;
-    ChangeFeed feed_{changes_, pipeline_, own_};
+    ReadAhead read_ahead_;
+    ChangeFeed feed_{changes_, pipeline_, own_, read_ahead_};
     Comparison comparison_{pipeline_, subscriber_, feed_, own_};
     _fdloop_t* loop_ = nullptr;
     State state_ = State::down;
