@@ -32,7 +32,7 @@ need() {
 build() {
     local preset=$1 launcher=() targets=() log
     shift
-    need g++ cmake ninja-build libgtest-dev
+    need g++ cmake ninja-build libgtest-dev libhiredis-dev
     if command -v ccache >/dev/null; then
         launcher=(-DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
     fi

@@ -1,15 +1,21 @@
 # SPDX-License-Identifier: MIT
 # A daemon on an emulated board, and its telnet console, for scripts; to be sourced with bash.
 #
-#   start_daemon MODEL   makes a board in $board and starts the daemon on it
-#   ask COMMAND          runs a console command; its output, without echo and prompt
-#   stop_daemon          ends both
+#   start_daemon MODEL        makes a board in $board and starts the daemon on it
+#   ask COMMAND               runs a console command; its output, without echo and prompt
+#   set_keys KEY VALUE ...    writes keys of the database, together
+#   collect                   what the daemon did since the last call goes to $seen
+#   comparable                standard input without the lines that collect cannot see
+#   interval                  the sensor's temperature interval
+#   farewell                  shows the state, and lets a person on
+#   stop_daemon               ends all
 #
 # Needs $daemon (the program) and $work (a directory).
 
 console=
 daemon_pid=
 port=
+line=0 # of the journal, the last one that was collected
 
 # Reads up to the prompt and prints what stood before it.
 until_prompt() {
@@ -50,6 +56,7 @@ start_daemon() {
         AP_BOARD_ROOT=$board AP_DATABASE_SEED=$board/seed AP_CONSOLE_PORT=$port \
             "$daemon" </dev/null >"$work/log" 2>&1 &
         daemon_pid=$!
+        line=0
         connect && return
         stop_daemon
     done
@@ -62,6 +69,31 @@ ask() {
     output=$(until_prompt)
     output=${output//$'\r'/}
     printf '%s' "${output#*$'\n'}" # the first line is the echo
+}
+
+set_keys() { ask "config set $*" >/dev/null; }
+
+collect() {
+    local number time text
+    seen=
+    while read -r number time text; do
+        [[ $number =~ ^[0-9]+$ ]] || continue
+        line=$number
+        seen+="$text"$'\n'
+    done < <(ask "journal $line" && echo)
+}
+
+comparable() { cat; }
+
+interval() { ask temp_status | sed -n 's/^State  *: //p' | head -n 1; }
+
+farewell() {
+    printf '\ntemp_status on the console:\n\n'
+    ask temp_status
+    [ -t 0 ] && [ -t 1 ] || return 0
+    printf '\nThe console is yours. Try: help, config set %s 40, temp_status, journal, exit\n' \
+        ram.status.battery.1.temperature
+    telnet 127.0.0.1 "$port" || true
 }
 
 stop_daemon() {
