@@ -41,3 +41,9 @@ else()
     endforeach()
 endif()
 target_compile_definitions(project_options INTERFACE _GLIBCXX_ASSERTIONS)
+
+# On 32-bit machines the C library's time ends in 2038, and so does every call that returns it,
+# unless it is asked for the 64-bit one.
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+    target_compile_definitions(project_options INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
+endif()

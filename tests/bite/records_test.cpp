@@ -42,9 +42,11 @@ protected:
 std::string fields(const CBiteSelfTestRec& record)
 {
     std::string text;
-    for (const long value : {long{record.enable()}, long{record.count()}, long{record.result()},
-                             long{record.severity()}, long{record.info()}, long{record.timestamp()},
-                             long{record.executionTime()}})
+    for (const std::int64_t value :
+         {std::int64_t{record.enable()}, std::int64_t{record.count()},
+          std::int64_t{record.result()}, std::int64_t{record.severity()},
+          std::int64_t{record.info()}, std::int64_t{record.timestamp()},
+          std::int64_t{record.executionTime()}})
         text += std::to_string(value) + " ";
     return text;
 }

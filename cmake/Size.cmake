@@ -1,0 +1,12 @@
+# SPDX-License-Identifier: MIT
+# What makes the daemon small (POWER_MAN_SMALL) and independent of the root file system
+# (POWER_MAN_STATIC). Both go into the target `project_options`.
+if(POWER_MAN_SMALL)
+    set(CMAKE_INTERPROCEDURAL_OPTIMIZATION ON)
+    target_compile_options(project_options INTERFACE -ffunction-sections -fdata-sections)
+    target_link_options(project_options INTERFACE -Wl,--gc-sections -s)
+endif()
+
+if(POWER_MAN_STATIC)
+    target_link_options(project_options INTERFACE -static-pie)
+endif()
