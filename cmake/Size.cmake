@@ -8,5 +8,11 @@ if(POWER_MAN_SMALL)
 endif()
 
 if(POWER_MAN_STATIC)
-    target_link_options(project_options INTERFACE -static-pie)
+    check_linker_flag(CXX -static-pie accepts_static_pie) # not every C library has its start code
+    if(accepts_static_pie)
+        target_link_options(project_options INTERFACE -static-pie)
+    else()
+        set(CMAKE_POSITION_INDEPENDENT_CODE OFF)
+        target_link_options(project_options INTERFACE -static -no-pie)
+    endif()
 endif()

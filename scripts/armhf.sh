@@ -1,0 +1,52 @@
+# SPDX-License-Identifier: MIT
+# Debian's packages for 32-bit ARM, without a word to this machine's package manager: apt works in
+# a cache of its own, where that architecture is the only one. To be sourced with bash.
+#
+#   armhf_packages PACKAGE...   unpacks the packages below $armhf_root; for a kernel without a
+#                               version in its name, the present one
+
+armhf_cache=${XDG_CACHE_HOME:-$HOME/.cache}/power_man-armhf
+armhf_root=$armhf_cache/root
+
+armhf_apt() {
+    local suite
+    suite=$(. /etc/os-release && echo "$VERSION_CODENAME")
+    mkdir -p "$armhf_cache"/{archives,lists/partial,archives/partial}
+    : >"$armhf_cache/status"
+    echo "deb [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg]" \
+        "http://deb.debian.org/debian $suite main" >"$armhf_cache/sources.list"
+    cat >"$armhf_cache/apt.conf" <<CONF
+APT::Architecture "armhf";
+APT::Architectures { "armhf"; };
+APT::Sandbox::User "";
+Dir::Cache "$armhf_cache";
+Dir::State::lists "$armhf_cache/lists";
+Dir::State::status "$armhf_cache/status";
+Dir::Etc::sourcelist "$armhf_cache/sources.list";
+Dir::Etc::sourceparts "/dev/null";
+CONF
+}
+
+armhf_packages() {
+    local package name missing=()
+    for package in "$@"; do
+        [ -e "$armhf_cache/unpacked/$package" ] || missing+=("$package")
+    done
+    [ ${#missing[@]} -gt 0 ] || return 0
+    need ca-certificates debian-archive-keyring
+    armhf_apt
+    local -x APT_CONFIG=$armhf_cache/apt.conf
+    apt-get update -qq || die "apt-get cannot read the list of armhf packages"
+    for package in "${missing[@]}"; do
+        name=$package
+        case $package in
+        linux-image-*) name=$(apt-cache depends "$package" | sed -n 's/^  Depends: //p') ;;
+        esac
+        say "Fetching $name for armhf"
+        (cd "$armhf_cache/archives" && rm -f "$name"_* && apt-get download -qq "$name") ||
+            die "apt-get could not fetch $name"
+        dpkg-deb -x "$armhf_cache/archives/$name"_*.deb "$armhf_root"
+        mkdir -p "$armhf_cache/unpacked"
+        touch "$armhf_cache/unpacked/$package"
+    done
+}

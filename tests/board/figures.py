@@ -1,0 +1,84 @@
+# SPDX-License-Identifier: MIT
+"""What the daemon costs: memory, wake-ups, processor time; and what nothing at all costs."""
+import re
+import time
+
+from terminal import Terminal
+
+IDLE_SECONDS = 20
+CHANGES = 1000
+BATCH = 20  # changes in one line of the console
+
+MEMORY_FACTOR = 1.5  # of the least that a program can be
+
+
+def memory(machine, pid):
+    """Resident memory in kB: all of it, and what is the process's own."""
+    _, text = machine.run(f"cat /proc/{pid}/smaps_rollup")
+    sizes = {name: int(size) for name, size in re.findall(r"^(\w+):\s+(\d+) kB", text, re.M)}
+    return sizes["Rss"], sizes["Private_Clean"] + sizes["Private_Dirty"]
+
+
+def wakeups(machine, pid):
+    text = machine.read(f"/proc/{pid}/status")
+    return int(re.search(r"^voluntary_ctxt_switches:\s+(\d+)", text, re.M).group(1))
+
+
+def processor_ms(machine, pid):
+    return int(machine.read(f"/proc/{pid}/schedstat").split()[0]) / 1e6
+
+
+def floor(machine, program):
+    _, pid = machine.run(f"{program} </dev/null >/dev/null 2>&1 & echo $!")
+    machine.run("sleep 0.3")
+    sizes = memory(machine, int(pid))
+    machine.run(f"kill {pid}; wait {pid}")
+    return sizes
+
+
+def changes_ms(terminal, key, values):
+    """Processor time of so many writes of a key, in ms."""
+    before = processor_ms(terminal.machine, terminal.pid)
+    for start in range(0, CHANGES, BATCH):
+        pairs = (f"{key} {values[(start + i) % len(values)]}" for i in range(BATCH))
+        terminal.ask("config set " + " ".join(pairs))
+    return processor_ms(terminal.machine, terminal.pid) - before
+
+
+def idle(report, terminal, expected):
+    """Nothing but the timers that the model has may wake it."""
+    time.sleep(0.5)
+    before, busy = wakeups(terminal.machine, terminal.pid), \
+        processor_ms(terminal.machine, terminal.pid)
+    time.sleep(IDLE_SECONDS)
+    count = wakeups(terminal.machine, terminal.pid) - before
+    busy = processor_ms(terminal.machine, terminal.pid) - busy
+    report.between(f"wake-ups in {IDLE_SECONDS} s, {busy:.1f} ms of processor", count, *expected)
+
+
+def measure(report, machine):
+    for kind, suffix in (("static", ""), ("shared libraries", "-shared")):
+        report.section(f"Memory, {kind} (kB: resident, of its own)")
+        least = floor(machine, f"/bin/idle_floor{suffix}")
+        terminal = Terminal(machine, "qv1608B", f"/bin/power_man{suffix}")
+        sizes = memory(machine, terminal.pid)
+        report.check(f"daemon {sizes}, floor {least}: {sizes[0] / least[0]:.2f} of it",
+                     sizes[0] <= MEMORY_FACTOR * least[0], sizes)
+        if not suffix:
+            report.section("Idle on a qv1608B, whose copies of two temperatures go on every 5 s")
+            idle(report, terminal, (IDLE_SECONDS // 5 - 1, IDLE_SECONDS // 5 + 1))
+        terminal.stop()
+
+    report.section("Idle on a qv1101A, which has no timer")
+    terminal = Terminal(machine, "qv1101A")
+    idle(report, terminal, (0, 0))
+    report.section(f"Processor time of {CHANGES} temperature changes (an emulated processor's)")
+    other = changes_ms(terminal, "test.unwatched", (40, 54))
+    for name, values in (("within an interval", (40, 41)), ("each across a boundary", (40, 54))):
+        spent = changes_ms(terminal, "ram.status.battery.1.temperature", values)
+        report.check(f"{name}: {spent:.0f} ms, of which writing alone takes {other:.0f} ms",
+                     spent < 10000, spent)
+    log = terminal.log()
+    report.check(f"the log stayed short ({len(log.splitlines())} lines)",
+                 len(log.splitlines()) < 50, log[-2000:])
+    terminal.stop()
