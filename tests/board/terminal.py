@@ -4,7 +4,7 @@ import re
 
 from machine import BoardError
 
-PROMPT = r"power_man> "
+PROMPT = "power_man> "
 CONSOLE_PORT = 2205
 
 
@@ -17,26 +17,19 @@ class Terminal:
         _, pid = machine.run(f"AP_DATABASE_SEED=/seed-{model} {program} </dev/null >/tmp/log 2>&1 "
                              "& echo $!")
         self.pid = int(pid)
-        self._bridge = None
-        self._connect()
-
-    def _connect(self):
-        """The machine's data port becomes the daemon's console."""
-        for _ in range(50):
-            status, _ = self.machine.run(f"grep -qi ':{CONSOLE_PORT:04x} ' /proc/net/tcp")
-            if status == 0:
-                break
+        listening = f":{CONSOLE_PORT:04X} 00000000:0000 0A"
+        while self.machine.run(f"grep -q '{listening}' /proc/net/tcp")[0] != 0:
             if self.machine.run(f"sleep 0.1; kill -0 {self.pid}")[0] != 0:
                 raise BoardError(f"the daemon ended: {self.log()}")
-        _, self._bridge = self.machine.run(f"nc 127.0.0.1 {CONSOLE_PORT} </dev/ttymxc0 "
-                                           ">/dev/ttymxc0 2>/dev/null & echo $!")
-        self.machine.data.until(PROMPT)
 
     def ask(self, command):
-        """A console command's output."""
-        self.machine.data.send(command)
-        output, _ = self.machine.data.until(PROMPT)
-        return output.partition("\n")[2].rstrip("\n")  # without the echo
+        """A console command's output, by a telnet session of its own."""
+        _, session = self.machine.run(f"printf '{command}\\nexit\\n' | nc 127.0.0.1 {CONSOLE_PORT}")
+        echo, end = f"{command}\n", f"{PROMPT}exit"
+        if echo not in session or end not in session:
+            raise BoardError(f"the console answers '{command}' with {session!r}")
+        output = session[session.index(echo) + len(echo):session.rindex(end)]
+        return output.rstrip("\n")
 
     def log(self):
         return self.machine.read("/tmp/log")
@@ -56,6 +49,4 @@ class Terminal:
     def stop(self):
         """Ends the daemon in an orderly way; its exit status."""
         status, _ = self.machine.run(f"kill -TERM {self.pid}; wait {self.pid}")
-        self.machine.run(f"kill {self._bridge}; wait {self._bridge}")
-        self.machine.data.drain(0.2)
         return status
