@@ -24,7 +24,7 @@ def contract(report, machine):
 def run(report, machine):
     begin = time.monotonic()
     machine.drive(over_current.LINE, 1)
-    # contract
+    contract(report, machine)
 
     terminal = Terminal(machine, "qv1608B")
     switches.at_start(report, terminal)

@@ -9,14 +9,14 @@
 #include <array>
 #include <cerrno>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
+#include <optional>
 #include <utility>
 
 #include "ap/log.h"
 #include "host/descriptor.h"
 #include "host/gpio_file.h"
 #include "host/integer.h"
+#include "host/text_file.h"
 
 namespace host::board {
 namespace {
@@ -50,10 +50,8 @@ struct Target {
 // The first line of a small file; empty when it cannot be read.
 std::string first_line(const std::string& path)
 {
-    std::ifstream stream(path);
-    std::string line;
-    std::getline(stream, line);
-    return line;
+    const std::string text = read_text(path).value_or("");
+    return text.substr(0, text.find('\n'));
 }
 
 // Longer content is cut only after the new one is there: a reader always finds something.
@@ -100,47 +98,57 @@ bool on_a_chip(const std::string& directory, int number)
     return false;
 }
 
-bool bad_rows_told = false; // of "lines", which is read at each export
-
-std::string_view level_at_export(const std::string& root, int number)
+// A row "NUMBER LEVEL" of the file "lines" without its comment; none when it is anything else.
+std::optional<std::pair<std::int32_t, std::int32_t>> wire_row(std::string_view row)
 {
+    const std::size_t gap = row.find_first_of(blanks);
+    if (gap == std::string_view::npos)
+        return std::nullopt;
+    const auto line = parse_integer(row.substr(0, gap));
+    const auto level = parse_integer(row.substr(row.find_first_not_of(blanks, gap)));
+    if (!line || (level != 0 && level != 1))
+        return std::nullopt;
+    return std::pair{*line, *level};
+}
+
+// The level of the wire while the board does not drive it. A wrong row is logged once.
+std::string_view level_outside(const std::string& root, int number)
+{
+    static int reported = 0;
     const std::string path = root + "/lines";
-    std::ifstream stream(path);
-    const bool tell = !bad_rows_told;
-    std::string_view found = "0\n";
-    std::string text;
-    for (int row = 1; std::getline(stream, text); ++row) {
-        std::istringstream words(text.substr(0, text.find('#')));
-        if ((words >> std::ws).eof())
+    const std::string content = read_text(path).value_or("");
+    std::string_view rest = content;
+    std::string_view level = "0\n";
+    for (int row = 1; const auto line = take_line(rest); ++row) {
+        const std::string_view text = without_blanks(line->substr(0, line->find('#')));
+        const auto wire = wire_row(text);
+        if (wire && wire->first == number)
+            level = wire->second == 0 ? "0\n" : "1\n";
+        if (wire || text.empty() || row <= reported)
             continue;
-        int line = 0;
-        int level = 0;
-        if (!(words >> line >> level) || (level != 0 && level != 1) || !(words >> std::ws).eof()) {
-            bad_rows_told = true;
-            if (tell)
-                qv_slog(4, "%s:%d: write 'NUMBER LEVEL', with level 0 or 1\n", path.c_str(), row);
-        } else if (line == number) {
-            found = level == 0 ? "0\n" : "1\n";
-        }
+        reported = row;
+        qv_slog(4, "%s:%d: write 'NUMBER LEVEL', with level 0 or 1\n", path.c_str(), row);
     }
-    return found;
+    return level;
 }
 
 // The directory appears complete: it is made under another name first.
 int export_line(const Target& target, std::string_view word)
 {
-    const auto number = parse_integer(word);
-    if (!number || !on_a_chip(target.directory(), *number))
+    std::int32_t number = 0;
+    if (const int wrong = read_kernel_number(word, number); wrong != 0)
+        return wrong;
+    if (!on_a_chip(target.directory(), number))
         return -EINVAL;
-    const std::string line = target.directory() + "gpio" + std::to_string(*number);
+    const std::string line = target.directory() + "gpio" + std::to_string(number);
     std::error_code error;
     if (fs::exists(line, error))
         return -EBUSY;
-    const std::string draft = target.directory() + ".gpio" + std::to_string(*number);
+    const std::string draft = target.directory() + ".gpio" + std::to_string(number);
     fs::remove_all(draft, error); // left by a process that was killed
     fs::create_directory(draft, error);
     const std::array<std::pair<const char*, std::string_view>, 4> files = {{
-        {"/value", level_at_export(target.root, *number)},
+        {"/value", level_outside(target.root, number)},
         {"/direction", "in\n"},
         {"/edge", "none\n"},
         {"/active_low", "0\n"},
@@ -159,13 +167,29 @@ int export_line(const Target& target, std::string_view word)
 
 int unexport_line(const Target& target, std::string_view word)
 {
-    const auto number = parse_integer(word);
-    const std::string line = target.directory() + "gpio" + std::to_string(number.value_or(-1));
+    std::int32_t number = 0;
+    if (const int wrong = read_kernel_number(word, number); wrong != 0)
+        return wrong;
+    const std::string line = target.directory() + "gpio" + std::to_string(number);
     std::error_code error;
-    if (!number || !fs::exists(line, error))
+    if (!fs::exists(line, error))
         return -EINVAL;
+    fs::resize_file(line + "/value", 0, error); // nothing to read for those that have it open
     fs::remove_all(line, error);
     return -error.value();
+}
+
+bool is_output(const Target& target)
+{
+    return first_line(target.line() + "/direction") == "out";
+}
+
+// What `value` reads at that level of the wire.
+std::string_view shown(const Target& target, std::string_view wire)
+{
+    if (first_line(target.line() + "/active_low") != "1")
+        return wire;
+    return wire == "0\n" ? "1\n" : "0\n";
 }
 
 int set_direction(const Target& target, std::string_view word)
@@ -175,8 +199,13 @@ int set_direction(const Target& target, std::string_view word)
                      [word](const DirectionWord& known) { return known.word == word; });
     if (found == direction_words.end())
         return -EINVAL;
-    if (!found->value.empty()) {
-        if (const int result = set_file(target.line() + "/value", 0, found->value); result != 0)
+    std::string_view wire = found->value;
+    std::int32_t number = 0;
+    if (wire.empty() && is_output(target) && read_kernel_number(target.file.line, number) == 0)
+        wire = level_outside(target.root, number);
+    if (!wire.empty()) {
+        const int result = set_file(target.line() + "/value", 0, shown(target, wire));
+        if (result != 0)
             return result;
     }
     return set(target.fd, found->direction);
@@ -184,19 +213,38 @@ int set_direction(const Target& target, std::string_view word)
 
 int set_value(const Target& target, std::string_view word)
 {
-    if (first_line(target.line() + "/direction") != "out")
+    if (!is_output(target))
         return -EPERM;
-    const auto level = parse_integer(word);
-    if (!level)
-        return -EINVAL;
-    return set(target.fd, *level == 0 ? "0\n" : "1\n");
+    std::int32_t level = 0;
+    if (const int wrong = read_kernel_number(word, level); wrong != 0)
+        return wrong;
+    return set(target.fd, level == 0 ? "0\n" : "1\n");
 }
 
 int set_edge(const Target& target, std::string_view word)
 {
     if (std::find(edge_words.begin(), edge_words.end(), word) == edge_words.end())
         return -EINVAL;
-    return set(target.fd, std::string(word) + "\n");
+    const std::string present = first_line(target.line() + "/edge");
+    if (word == present || word == "none" || !is_output(target))
+        return set(target.fd, std::string(word) + "\n");
+    const int result = set(target.fd, "none\n"); // the old one goes before the new one is refused
+    return result != 0 ? result : -EIO;
+}
+
+int set_active_low(const Target& target, std::string_view word)
+{
+    std::int32_t inverted = 0;
+    if (const int wrong = read_kernel_number(word, inverted); wrong != 0)
+        return wrong;
+    const std::string wanted = inverted == 0 ? "0" : "1";
+    if (first_line(target.line() + "/active_low") != wanted) {
+        const std::string value = target.line() + "/value";
+        const int result = set_file(value, 0, first_line(value) == "0" ? "1\n" : "0\n");
+        if (result != 0)
+            return result;
+    }
+    return set(target.fd, wanted + "\n");
 }
 
 struct Reaction {
@@ -204,12 +252,13 @@ struct Reaction {
     int (*write)(const Target& target, std::string_view word);
 };
 
-constexpr std::array<Reaction, 5> reactions = {{
+constexpr std::array<Reaction, 6> reactions = {{
     {GpioFile::Kind::export_line, export_line},
     {GpioFile::Kind::unexport_line, unexport_line},
     {GpioFile::Kind::direction, set_direction},
     {GpioFile::Kind::value, set_value},
     {GpioFile::Kind::edge, set_edge},
+    {GpioFile::Kind::active_low, set_active_low},
 }};
 
 // 0 when a command can be written to that descriptor.
@@ -240,6 +289,16 @@ ssize_t write(const std::string& root, std::string_view path, int fd, std::strin
         return 0; // the kernel does not show it to the attribute
     const int result = reaction->write(target, written_word(text));
     return result != 0 ? result : static_cast<ssize_t>(text.size());
+}
+
+int check_open(std::string_view path, int flags)
+{
+    using Kind = GpioFile::Kind;
+    const Kind kind = gpio_file(path).kind;
+    const int mode = flags & O_ACCMODE;
+    const bool write_only = kind == Kind::export_line || kind == Kind::unexport_line;
+    const bool refused = write_only ? mode != O_WRONLY : kind == Kind::chip && mode != O_RDONLY;
+    return refused ? -EACCES : 0;
 }
 
 } // namespace host::board

@@ -5,13 +5,22 @@
 //                              must belong to one of the "gpiochipB" directories (files "base"
 //                              and "ngpio")
 //   /sys/class/gpio/unexport   removes it
-//   gpioN/direction            in, out (low), low, high; reads "in" or "out"
+//   gpioN/direction            in, out (low), low, high; reads "in" or "out"; a line that becomes
+//   an
+//                              input has the level of "lines" again, see below
 //   gpioN/value                an output's level, 0 or 1; an input's belongs to the outside: any
 //                              program that writes the file plays the part of the wire
-//   gpioN/edge                 none, rising, falling, both
+//   gpioN/edge                 none, rising, falling, both; an output takes "none" alone
+//   gpioN/active_low           1: "value" shows the opposite of the wire; "low" and "high" are the
+//                              wire's levels nevertheless
+//   gpiochipB                  for reading only, as "export" and "unexport" are for writing only
 //   any other file             holds what was written last
 //
-// "active_low" is there, but lines are never inverted.
+// Numbers are read as the kernel reads them: 81, +81, 0x51 and 0121 are one line.
+//
+// What a file cannot be, and the kernel's files are: a pulse that is over before the loop looks is
+// lost, where the kernel keeps the edge; and a value file that was never read does not wake the
+// loop at once.
 //
 // The level that a line has when it is exported is 0, unless the file "lines" in the board's root
 // says otherwise: rows "NUMBER LEVEL" with level 0 or 1; '#' begins a comment.
@@ -28,9 +37,14 @@ namespace host::board {
 
 // A write of `text` to the file that `fd` has open, whose path on the board is `path` (absolute,
 // without double slashes). `root` has no slash at its end. Returns the bytes taken or a negative
-// errno: the kernel's EINVAL for a word, number or line that it does not know, EBUSY for a line
-// that is exported already, EPERM for the value of an input, ENODEV for a line that was
-// unexported meanwhile, EBADF for a descriptor that is open for reading only.
+// errno: the kernel's EINVAL for a word, number or line that it does not know, ERANGE for a number
+// beyond 32 bits, EBUSY for a line that is exported already, EPERM for the value of an input, EIO
+// for the edge of an output, ENODEV for a line that was unexported meanwhile, EBADF for a
+// descriptor that is open for reading only.
 ssize_t write(const std::string& root, std::string_view path, int fd, std::string_view text);
+
+// 0 when the file may be opened with those flags, otherwise -EACCES: there are files that root
+// itself can only read, or only write.
+int check_open(std::string_view path, int flags);
 
 } // namespace host::board

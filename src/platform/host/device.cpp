@@ -16,7 +16,6 @@
 #include "host/board.h"
 #include "host/gpio_file.h"
 #include "host/host.h"
-#include "host/integer.h"
 
 namespace host {
 namespace {
@@ -90,8 +89,9 @@ void note(const std::string& path, std::string_view text)
     Journal& journal = instance().journal;
     const GpioFile file = gpio_file(path);
     std::string_view word = written_word(text).substr(0, Journal::line_length);
-    if (file.kind == GpioFile::Kind::value)
-        word = parse_integer(word) == 0 ? "0" : "1"; // it was taken: any number but 0 is high
+    std::int32_t level = 0;
+    if (file.kind == GpioFile::Kind::value) // it was taken: any number but 0 is high
+        word = read_kernel_number(word, level) == 0 && level == 0 ? "0" : "1";
     const int length = static_cast<int>(word.size());
     const char* const verb = journal_word(file.kind);
     if (verb == nullptr)
@@ -112,8 +112,13 @@ int device_open(const char* path, int flags)
     if (!plain)
         return -1;
     flags = (flags & ~host::creating_flags) | O_CLOEXEC;
-    if (host::is_emulated())
+    if (host::is_emulated()) {
         flags &= ~host::plain_file_flags;
+        if (const int refused = host::board::check_open(*plain, flags); refused != 0) {
+            errno = -refused;
+            return -1;
+        }
+    }
     const int fd = open(host::machine_path(path, *plain).c_str(), flags);
     if (fd >= 0)
         host::open_paths()[fd] = *plain;

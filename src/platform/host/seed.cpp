@@ -5,12 +5,13 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
+#include <optional>
 #include <utility>
 #include <vector>
 
 #include "host/configuration.h"
 #include "host/printable.h"
+#include "host/text_file.h"
 
 namespace host {
 namespace {
@@ -19,15 +20,6 @@ constexpr std::size_t longest_shown_platform = 40;
 constexpr std::string_view platform_key = "ram.platform.id";
 constexpr std::array<std::string_view, 6> platforms = {"qv1101A", "qv1202B", "qv1305A",
                                                        "qv1403A", "qv2500A", "qv1608B"};
-
-std::string_view trimmed(std::string_view text)
-{
-    constexpr std::string_view blanks = " \t\r";
-    const std::size_t first = text.find_first_not_of(blanks);
-    if (first == std::string_view::npos)
-        return {};
-    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
-}
 
 std::string known_platforms()
 {
@@ -59,28 +51,26 @@ bool load_seed(const std::string& file, Store& store, std::string& error)
         error = "AP_DATABASE_SEED: " + file + why;
         return false;
     };
-    std::ifstream stream(file);
-    if (!stream)
+    const std::optional<std::string> content = read_text(file);
+    if (!content)
         return refuse(std::string(": ") + std::strerror(errno));
 
     std::vector<std::pair<std::string, std::string>> pairs;
-    std::string line;
-    for (int number = 1; std::getline(stream, line); ++number) {
-        const std::string_view text = trimmed(line);
+    std::string_view rest = *content;
+    for (int number = 1; const auto line = take_line(rest); ++number) {
+        const std::string_view text = without_blanks(*line);
         if (text.empty() || text.front() == '#')
             continue;
         const std::string place = ":" + std::to_string(number) + ": ";
         const std::size_t equals = text.find('=');
         if (equals == std::string_view::npos)
             return refuse(place + "write 'key = value'");
-        const std::string_view key = trimmed(text.substr(0, equals));
-        const std::string_view value = trimmed(text.substr(equals + 1));
+        const std::string_view key = without_blanks(text.substr(0, equals));
+        const std::string_view value = without_blanks(text.substr(equals + 1));
         if (const std::string why = complaint(key, value); !why.empty())
             return refuse(place + why);
         pairs.emplace_back(key, value);
     }
-    if (stream.bad())
-        return refuse(std::string(": ") + std::strerror(errno));
 
     std::vector<Write> writes;
     for (const auto& [key, value] : pairs)
