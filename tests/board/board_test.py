@@ -16,7 +16,7 @@ from terminal import Terminal
 def contract(report, machine):
     report.section("The board emulation's contract, kept by the kernel")
     status, output = machine.run("BOARD_TEST_ON_KERNEL=1 platform_tests "
-                                 "--gtest_filter='GpioContract.*' --gtest_brief=1")
+                                 "--gtest_filter='GpioContract.*' --gtest_brief=1 --gtest_color=no")
     report.check("what the emulation answers, the kernel answers",
                  status == 0 and "PASSED  ] 1 test" in output, output)
 

@@ -76,6 +76,8 @@ class Machine:
         command = ["qemu-system-arm", "-M", "sabrelite", "-smp", "1", "-m", "256", "-nodefaults",
                    "-display", "none", "-net", "none", "-kernel", kernel, "-dtb", dtb,
                    "-initrd", initrd,
+                   # The machine's local timer is slower than the kernel takes it for: an idle
+                   # kernel that sleeps without ticks wakes up late.
                    "-append", "console=ttymxc1,115200 rdinit=/init loglevel=1 nohz=off",
                    "-qtest", f"unix:{sockets['wires']},server=on,wait=off",
                    "-qtest-log", "none"]

@@ -111,8 +111,9 @@ TEST_F(GpioFiles, ThatCannotBeUsed)
     EXPECT_EQ(story_of([&] { EXPECT_EQ(line.getValue(), 255); }),
               "log 3 pread error: Bad file descriptor\n");
 
-    terminal.put(value_file, "x");
+    terminal.put(value_file, "1");
     line.initialize(Gpio::DIR_IN);
+    terminal.put(value_file, "x");
     EXPECT_EQ(line.getValue(), 'x');
     fs::resize_file(terminal.path(value_file), 0);
     EXPECT_EQ(line.getValue(), 255);

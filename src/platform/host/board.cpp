@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "host/board.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -8,7 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <filesystem>
+#include <memory>
 #include <optional>
 #include <utility>
 
@@ -20,8 +21,6 @@
 
 namespace host::board {
 namespace {
-
-namespace fs = std::filesystem;
 
 struct DirectionWord {
     std::string_view word;
@@ -82,20 +81,44 @@ int set_file(const std::string& path, int flags, std::string_view text)
     return file ? set(file.get(), text) : -errno;
 }
 
-bool on_a_chip(const std::string& directory, int number)
+bool exists(const std::string& path)
 {
-    std::error_code error;
-    for (fs::directory_iterator entry(directory, error), end; !error && entry != end;
-         entry.increment(error)) {
-        const std::string chip = entry->path().string();
-        if (!entry->path().filename().string().starts_with("gpiochip"))
-            continue;
-        const auto base = parse_integer(first_line(chip + "/base"));
-        const auto count = parse_integer(first_line(chip + "/ngpio"));
-        if (base && count && number >= *base && std::int64_t{number} - *base < *count)
+    return access(path.c_str(), F_OK) == 0;
+}
+
+// Calls `visit` with each name in a directory until it returns true; whether it did.
+template <typename Visit>
+bool find_in(const std::string& directory, Visit visit)
+{
+    const std::unique_ptr<DIR, int (*)(DIR*)> stream(opendir(directory.c_str()), closedir);
+    while (const dirent* const entry = stream ? readdir(stream.get()) : nullptr) {
+        const std::string_view name = entry->d_name;
+        if (name != "." && name != ".." && visit(name))
             return true;
     }
     return false;
+}
+
+// Removes a line's directory with what somebody may have laid beside its files: 0 or -errno.
+int remove_line(const std::string& directory)
+{
+    find_in(directory, [&](std::string_view name) {
+        unlink((directory + "/").append(name).c_str());
+        return false;
+    });
+    return rmdir(directory.c_str()) == 0 || errno == ENOENT ? 0 : -errno;
+}
+
+bool on_a_chip(const std::string& directory, int number)
+{
+    return find_in(directory, [&](std::string_view name) {
+        if (!name.starts_with("gpiochip"))
+            return false;
+        const std::string chip = directory + std::string(name);
+        const auto base = parse_integer(first_line(chip + "/base"));
+        const auto count = parse_integer(first_line(chip + "/ngpio"));
+        return base && count && number >= *base && std::int64_t{number} - *base < *count;
+    });
 }
 
 // A row "NUMBER LEVEL" of the file "lines" without its comment; none when it is anything else.
@@ -141,19 +164,17 @@ int export_line(const Target& target, std::string_view word)
     if (!on_a_chip(target.directory(), number))
         return -EINVAL;
     const std::string line = target.directory() + "gpio" + std::to_string(number);
-    std::error_code error;
-    if (fs::exists(line, error))
+    if (exists(line))
         return -EBUSY;
     const std::string draft = target.directory() + ".gpio" + std::to_string(number);
-    fs::remove_all(draft, error); // left by a process that was killed
-    fs::create_directory(draft, error);
+    remove_line(draft); // left by a process that was killed
     const std::array<std::pair<const char*, std::string_view>, 4> files = {{
         {"/value", level_outside(target.root, number)},
         {"/direction", "in\n"},
         {"/edge", "none\n"},
         {"/active_low", "0\n"},
     }};
-    int result = -error.value();
+    int result = mkdir(draft.c_str(), 0755) == 0 ? 0 : -errno;
     for (const auto& [name, content] : files) {
         if (result == 0)
             result = set_file(draft + name, O_CREAT, content);
@@ -161,7 +182,7 @@ int export_line(const Target& target, std::string_view word)
     if (result == 0 && rename(draft.c_str(), line.c_str()) != 0)
         result = -errno;
     if (result != 0)
-        fs::remove_all(draft, error);
+        remove_line(draft);
     return result;
 }
 
@@ -171,12 +192,12 @@ int unexport_line(const Target& target, std::string_view word)
     if (const int wrong = read_kernel_number(word, number); wrong != 0)
         return wrong;
     const std::string line = target.directory() + "gpio" + std::to_string(number);
-    std::error_code error;
-    if (!fs::exists(line, error))
+    if (!exists(line))
         return -EINVAL;
-    fs::resize_file(line + "/value", 0, error); // nothing to read for those that have it open
-    fs::remove_all(line, error);
-    return -error.value();
+    // Nothing is left to read for those that have it open.
+    if (truncate((line + "/value").c_str(), 0) != 0 && errno != ENOENT)
+        return -errno;
+    return remove_line(line);
 }
 
 bool is_output(const Target& target)

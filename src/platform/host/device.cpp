@@ -4,9 +4,9 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
-#include <filesystem>
 #include <map>
 #include <optional>
 #include <string>
@@ -19,8 +19,6 @@
 
 namespace host {
 namespace {
-
-namespace fs = std::filesystem;
 
 // Flags that could create a file; a board has the files it has.
 constexpr int creating_flags = O_CREAT | O_EXCL | (O_TMPFILE & ~O_DIRECTORY);
@@ -42,18 +40,21 @@ std::optional<std::string> board_path(const char* path)
         errno = EFAULT;
         return std::nullopt;
     }
-    const fs::path given(path);
-    bool acceptable = given.is_absolute();
-    for (const fs::path& component : given)
+    std::string plain;
+    std::string_view rest = path;
+    bool acceptable = rest.starts_with('/');
+    while (!rest.empty()) {
+        const std::string_view component = rest.substr(0, rest.find('/'));
+        rest.remove_prefix(std::min(component.size() + 1, rest.size()));
         acceptable = acceptable && component != "..";
+        if (!component.empty() && component != ".")
+            plain.append("/").append(component);
+    }
     if (!acceptable) {
         errno = EINVAL;
         return std::nullopt;
     }
-    // A path may begin with two slashes, which have a meaning of their own elsewhere.
-    const std::string plain = given.lexically_normal().string();
-    const std::size_t first = plain.find_first_not_of('/');
-    return first == std::string::npos ? "/" : plain.substr(first - 1);
+    return plain.empty() ? "/" : plain;
 }
 
 bool is_emulated()
