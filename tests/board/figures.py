@@ -30,11 +30,23 @@ def processor_ms(machine, pid):
     return int(machine.read(f"/proc/{pid}/schedstat").split()[0]) / 1e6
 
 
-def floor(machine, program):
+def settled_memory(measure_once):
+    """The middle one of three starts: where the loader puts things makes a difference."""
+    return sorted(measure_once() for _ in range(3))[1]
+
+
+def floor_memory(machine, program):
     _, pid = machine.run(f"{program} </dev/null >/dev/null 2>&1 & echo $!")
     machine.run("sleep 0.3")
     sizes = memory(machine, int(pid))
     machine.run(f"kill {pid}; wait {pid}")
+    return sizes
+
+
+def daemon_memory(machine, program):
+    terminal = Terminal(machine, "qv1608B", program)
+    sizes = memory(machine, terminal.pid)
+    terminal.stop()
     return sizes
 
 
@@ -61,12 +73,10 @@ def idle(report, terminal, expected):
 def measure(report, machine):
     for kind, suffix, factor in MEMORY_KINDS:
         report.section(f"Memory, {kind} (kB: resident, of it data)")
-        least = floor(machine, f"/bin/idle_floor{suffix}")
-        terminal = Terminal(machine, "qv1608B", f"/bin/power_man{suffix}")
-        sizes = memory(machine, terminal.pid)
+        least = settled_memory(lambda: floor_memory(machine, f"/bin/idle_floor{suffix}"))
+        sizes = settled_memory(lambda: daemon_memory(machine, f"/bin/power_man{suffix}"))
         report.check(f"daemon {sizes}, floor {least}: {sizes[0] / least[0]:.2f} of it, "
                      f"at most {factor}", sizes[0] <= factor * least[0], sizes)
-        terminal.stop()
 
     report.section("Idle on a qv1608B, whose copies of two temperatures go on every 5 s")
     terminal = Terminal(machine, "qv1608B")
@@ -77,11 +87,13 @@ def measure(report, machine):
     terminal = Terminal(machine, "qv1101A")
     idle(report, terminal, (0, 0))
     report.section(f"Processor time of {CHANGES} temperature changes (an emulated processor's)")
+    terminal.ask("config set ram.status.psumcu.events.external_supply 0")
     other = changes_ms(terminal, "test.unwatched", (40, 54))
     for name, values in (("within an interval", (40, 41)), ("each across a boundary", (40, 54))):
         spent = changes_ms(terminal, "ram.status.battery.1.temperature", values)
         report.check(f"{name}: {spent:.0f} ms, of which writing alone takes {other:.0f} ms",
                      spent < 10000, spent)
+    report.check("boundaries were crossed", "raise EV_AP" in terminal.ask("journal"))
     log = terminal.log()
     report.check(f"the log stayed short ({len(log.splitlines())} lines)",
                  len(log.splitlines()) < 50, log[-2000:])
