@@ -94,7 +94,7 @@ class Machine:
             self._outputs = []  # (time, line, level)
             self._react = None
             threading.Thread(target=self._read_wires, daemon=True).start()
-            self._wire(f"irq_intercept_out /machine/soc/gpio{CHIP_OF_WIRES + 1}")
+            self._watch_outputs()
             self._console.until("^@ready\n", BOOT_SECONDS)
         except BaseException:
             self.stop()
@@ -129,7 +129,8 @@ class Machine:
         return time.monotonic()
 
     def outputs(self, line, since=0.0):
-        """What the machine drove a line of the watched chip to: (time, level)."""
+        """What the machine drove a line of the watched chip to until now: (time, level)."""
+        self._watch_outputs()  # its answer comes behind all that happened before
         with self._lock:
             return [(at, level) for at, moved, level in self._outputs
                     if moved == line and at >= since]
@@ -139,8 +140,8 @@ class Machine:
         None ends it."""
         self._react = reaction
 
-    def _wire(self, command):
-        self._wires.sendall(command.encode() + b"\n")
+    def _watch_outputs(self):
+        self._wires.sendall(f"irq_intercept_out /machine/soc/gpio{CHIP_OF_WIRES + 1}\n".encode())
         self._answer()
 
     def _answer(self):

@@ -75,9 +75,9 @@ def one_fault(report, terminal, name, cause):
 
 
 def burst(machine):
-    for _ in range(3):
+    for _ in range(4):
         pulse(machine)
-        time.sleep(0.15)
+        time.sleep(0.25)
 
 
 def bounce(report, terminal):
