@@ -42,11 +42,10 @@ protected:
 std::string fields(const CBiteSelfTestRec& record)
 {
     std::string text;
-    for (const std::int64_t value :
-         {std::int64_t{record.enable()}, std::int64_t{record.count()},
-          std::int64_t{record.result()}, std::int64_t{record.severity()},
-          std::int64_t{record.info()}, std::int64_t{record.timestamp()},
-          std::int64_t{record.executionTime()}})
+    for (const std::int64_t value : {std::int64_t{record.enable()}, std::int64_t{record.count()},
+                                     std::int64_t{record.result()}, std::int64_t{record.severity()},
+                                     std::int64_t{record.info()}, std::int64_t{record.timestamp()},
+                                     std::int64_t{record.executionTime()}})
         text += std::to_string(value) + " ";
     return text;
 }

@@ -129,7 +129,7 @@ std::optional<std::pair<std::int32_t, std::int32_t>> wire_row(std::string_view r
         return std::nullopt;
     const auto line = parse_integer(row.substr(0, gap));
     const auto level = parse_integer(row.substr(row.find_first_not_of(blanks, gap)));
-    if (!line || (level != 0 && level != 1))
+    if (!line || !level || *level < 0 || *level > 1)
         return std::nullopt;
     return std::pair{*line, *level};
 }
