@@ -3,10 +3,7 @@
 #ifdef POWER_MAN_HAS_REDIS
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
 
-#include "ap/socket.h"
-#include "host/descriptor.h"
 #include "platform/redis_server.h"
 #include "support/terminal.h"
 
@@ -15,15 +12,6 @@ namespace {
 constexpr int patience = 1000; // looks, each 10 ms after the other
 const std::string limited = "ram.status.power_management.limit_background";
 const std::string powered_off = "ram.status.power_management.power_off";
-
-int free_port()
-{
-    const host::Descriptor server(socket_create_server("tcp*127.0.0.1*0", 0));
-    sockaddr_in address{};
-    socklen_t size = sizeof address;
-    getsockname(server.get(), reinterpret_cast<sockaddr*>(&address), &size);
-    return ntohs(address.sin_port);
-}
 
 class SharedDatabase : public testing::Test {
 protected:

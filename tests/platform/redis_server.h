@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <hiredis/hiredis.h>
+#include <netinet/in.h>
 #include <poll.h>
 #include <signal.h>
 #include <sys/socket.h>
@@ -15,6 +16,21 @@
 #include <fstream>
 #include <string>
 #include <vector>
+
+#include "host/descriptor.h"
+
+// A port that nobody listens at now.
+inline int free_port()
+{
+    const host::Descriptor server(::socket(AF_INET, SOCK_STREAM, 0));
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address;
+    EXPECT_EQ(bind(server.get(), reinterpret_cast<const sockaddr*>(&address), size), 0);
+    getsockname(server.get(), reinterpret_cast<sockaddr*>(&address), &size);
+    return ntohs(address.sin_port);
+}
 
 // A private server with a directory and a socket of its own, and somebody else's connection to
 // it. All of it is gone with the object.

@@ -86,23 +86,32 @@ int Comparison::read_some(std::uint64_t deadline_us)
     return 0;
 }
 
-bool Comparison::is_lost(const OwnWrites::Last& last, std::string_view key,
-                         const SeenValue& found) const
+// Whether this process wrote something else there that is to be written again.
+bool Comparison::is_lost(const std::string& key, const SeenValue& found)
 {
-    if (seen_value(last.value) == found)
+    const auto own = own_.last().find(key);
+    if (own == own_.last().end())
         return false;
+    if (seen_value(own->second.value) == found) {
+        own_.arrived(key);
+        return false;
+    }
     if (!found)
         return true;
-    return (last.uncertain || older_data_) && !key_is_below(key, settings_prefix);
+    const bool lost = own->second.uncertain || older_data_;
+    if (lost && !key_is_below(key, settings_prefix))
+        return true;
+    own_.give_up(key);
+    return false;
 }
 
 void Comparison::look(const std::string& key, SeenValue value)
 {
-    const auto own = own_.last().find(key);
-    if (own != own_.last().end() && is_lost(own->second, key, value)) {
-        suspects_.push_back({key, own->second.id});
+    if (is_lost(key, value)) {
+        const OwnWrites::Last& own = own_.last().find(key)->second;
+        suspects_.push_back({key, own.id});
         // It will be as it was: no change for those who have seen that value.
-        value = seen_value(own->second.value);
+        value = seen_value(own.value);
     }
     const std::size_t seen = feed_.last_seen(key);
     const RedisSubscriber::Coverage coverage = subscriber_.coverage(key);

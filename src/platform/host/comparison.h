@@ -66,7 +66,7 @@ private:
     void gather_keys();
     int read_some(std::uint64_t deadline_us);
     void look(const std::string& key, SeenValue value);
-    bool is_lost(const OwnWrites::Last& last, std::string_view key, const SeenValue& found) const;
+    bool is_lost(const std::string& key, const SeenValue& found);
 
     RedisPipeline& pipeline_;
     RedisSubscriber& subscriber_;

@@ -47,6 +47,9 @@ public:
     // The connection is gone: no more events, no more answers.
     void connection_lost();
 
+    // It has been seen in the server.
+    void arrived(const std::string& key) { last_.find(key)->second.uncertain = false; }
+
     // Somebody else has given the key another value: it is theirs now.
     void give_up(const std::string& key) { last_.erase(key); }
 

@@ -39,6 +39,8 @@ public:
 
     // `changes` must outlive the store.
     RedisStore(Access access, ChangeDispatcher& changes);
+    RedisStore(const RedisStore&) = delete;
+    RedisStore& operator=(const RedisStore&) = delete;
     ~RedisStore() override;
 
     // The first connection, before there is a loop. Blocks, some seconds at most. False, and why
