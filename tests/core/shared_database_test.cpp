@@ -33,6 +33,8 @@ protected:
             _exit(127);
         }
     }
+    SharedDatabase(const SharedDatabase&) = delete;
+    SharedDatabase& operator=(const SharedDatabase&) = delete;
     ~SharedDatabase() override
     {
         kill(process_, SIGTERM);

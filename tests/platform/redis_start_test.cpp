@@ -64,7 +64,7 @@ TEST(RedisStart, RefusesAServerThatCannotBeUsed)
     const std::string bad = server.path("bad");
     std::ofstream(good) << "secret\n";
     std::ofstream(bad) << "wrong\n";
-    std::ofstream(server.path("empty"));
+    const std::ofstream empty(server.path("empty"));
     EXPECT_EQ(start(server.address(), good), "");
     EXPECT_EQ(start(server.address() + "#3", good), "");
     EXPECT_EQ(start(server.address() + "#4", good), "it refuses us: ERR DB index is out of range");
