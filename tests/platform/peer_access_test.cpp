@@ -34,8 +34,9 @@ TEST(PeerAccess, FindsTheOwnerInTheKernelsTables)
         "  sl  local_address rem_address   st tx_queue rx_queue tr tm->when "
         "retrnsmt   uid  timeout inode\n";
     const std::string middle = " 00000000:00000000 00:00000000 00000000 ";
-    const auto row = [&](const char* ends_and_state, const char* uid) {
-        return std::string("   0: ") + ends_and_state + middle + uid + "        0 12345 1\n";
+    const auto row = [&](const char* ends_and_state, const char* uid, const char* inode = "12345") {
+        return std::string("   0: ") + ends_and_state + middle + uid + "        0 " + inode +
+               " 1\n";
     };
     const struct {
         std::string table;
@@ -43,9 +44,10 @@ TEST(PeerAccess, FindsTheOwnerInTheKernelsTables)
     } cases[] = {
         {"", -1},
         {row("0100007F:9C40 0100007F:089D 01", "1000"), 1000},
-        {row("0100007F:089D 0100007F:9C40 01", "0"), -1},    // the daemon's own end
-        {row("0100007F:9C40 0100007F:089D 05", "0"), -1},    // closed by its process
-        {row("0200007F:9C40 0100007F:089D 01", "1000"), -1}, // another client
+        {row("0100007F:089D 0100007F:9C40 01", "0"), -1},      // the daemon's own end
+        {row("0100007F:9C40 0100007F:089D 05", "0", "0"), -1}, // closed by its process
+        {row("0100007F:9C40 0100007F:089D 05", "1000"), 1000}, // closed for writing only
+        {row("0200007F:9C40 0100007F:089D 01", "1000"), -1},   // another client
         {row("0100007F:9C41 0100007F:089D 01", "0"), -1},
         {row("0000000000000000FFFF00000100007F:9C40 0000000000000000FFFF00000100007F:089D 01",
              "65534"),

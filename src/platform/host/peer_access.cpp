@@ -21,9 +21,6 @@ namespace {
 constexpr std::array tables = {"/proc/net/tcp", "/proc/net/tcp6"};
 constexpr const char* mapped_prefix = "0000000000000000FFFF0000";
 
-// A socket that its process has closed already may be listed as root's: only a living one tells.
-constexpr unsigned int established = 1;
-
 // As the tables print it: the address as the machine reads its bytes, the port as a number.
 std::string table_form(const sockaddr_in& address)
 {
@@ -64,11 +61,12 @@ std::optional<uid_t> find_owner(std::FILE* table, const sockaddr_in& peer, const
     while (std::fgets(line.data(), static_cast<int>(line.size()), table) != nullptr) {
         std::array<char, 48> local{};
         std::array<char, 48> remote{};
-        unsigned int state = 0;
         unsigned int owner = 0;
-        if (std::sscanf(line.data(), "%*s %47s %47s %x %*s %*s %*s %u", local.data(), remote.data(),
-                        &state, &owner) == 4 &&
-            state == established && same_end(local.data(), from) && same_end(remote.data(), to))
+        unsigned long inode = 0;
+        // A socket that its process has closed already has no inode, and is listed as root's.
+        if (std::sscanf(line.data(), "%*s %47s %47s %*s %*s %*s %*s %u %*s %lu", local.data(),
+                        remote.data(), &owner, &inode) == 4 &&
+            inode != 0 && same_end(local.data(), from) && same_end(remote.data(), to))
             return static_cast<uid_t>(owner);
     }
     return std::nullopt;
