@@ -46,4 +46,5 @@ target_compile_definitions(project_options INTERFACE _GLIBCXX_ASSERTIONS)
 # unless it is asked for the 64-bit one.
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
     target_compile_definitions(project_options INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
+    add_if_accepted(compile -Wno-psabi) # notes on calls between objects of GCC 6 and later ones
 endif()
