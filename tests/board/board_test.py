@@ -24,6 +24,8 @@ def contract(report, machine):
             suite = name
         elif name.startswith("  "):
             test = suite + name.strip()
+            if "redis" in test.lower() or "shared" in test.lower():
+                continue  # the board has no database server
             status, output = machine.run(
                 f"BOARD_TEST_ON_KERNEL=1 platform_tests --gtest_filter='{test}' "
                 "--gtest_brief=1 --gtest_color=no")
