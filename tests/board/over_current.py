@@ -15,6 +15,7 @@ CYCLE = [OFF, ON]
 
 # A timer never fires early; how late depends on the machine that emulates the board.
 SECOND = (0.99, 1.4)
+WATCHED = (0.95, 1.4)  # begins before the power is switched, which takes its time
 
 
 def fault_story(terminal, mark):
@@ -69,7 +70,7 @@ def one_fault(report, terminal, name, cause):
     report.same(f"{name}: one event, one power cycle, all clear", words(story),
                 [RAISE, *CYCLE, CLEAR])
     report.between(f"{name}: seconds to the cycle", seconds_between(story, RAISE, OFF), *SECOND)
-    report.between(f"{name}: seconds watched", seconds_between(story, ON, CLEAR), *SECOND)
+    report.between(f"{name}: seconds watched", seconds_between(story, ON, CLEAR), *WATCHED)
     report.same(f"{name}: the wire went off and on once",
                 [level for _, level in machine.outputs(POWER, begin)], [1, 0])
 
@@ -113,7 +114,7 @@ def edge_while_watching(report, terminal):
     report.between("watch second: seconds from the edge to the cycle",
                    round(again[0] - edge, 3) if again else -1, *SECOND)
     report.between("watch second: seconds watched in the end",
-                   seconds_between(story[3:], ON, CLEAR), *SECOND)
+                   seconds_between(story[3:], ON, CLEAR), *WATCHED)
 
 
 def persistent_short(report, terminal, cycles=4):
