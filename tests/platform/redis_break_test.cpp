@@ -305,30 +305,6 @@ INSTANTIATE_TEST_SUITE_P(Limits, RedisFlood,
                          testing::Values("client-output-buffer-limit pubsub 32mb 8mb 60",
                                          "client-output-buffer-limit pubsub 64kb 0 0"));
 
-TEST_F(RedisBreak, NoTemperatureIsLostAndNoneActsTwice)
-{
-    follow("t");
-    run_for(30);
-    std::string expected;
-    for (int i = 1; i <= 25; ++i) {
-        if (i == 5 || i == 20)
-            server.ask("CLIENT KILL TYPE pubsub");
-        if (i == 10 || i == 20)
-            server.ask("CLIENT KILL TYPE normal SKIPME yes");
-        server.ask("SET t %d", i);
-        if (i == 15) {
-            server.ask("SAVE");
-            server.kill();
-            server.start();
-        }
-        expected += "[t=" + std::to_string(i) + "]";
-        run_until([&] { return story.size() >= expected.size(); });
-        ASSERT_EQ(story, expected);
-    }
-    run_for(100);
-    EXPECT_EQ(story, expected);
-}
-
 // Two questions of the same callback would be two deadlines; ten of them one budget.
 TEST_F(RedisBreak, ASlowServerCostsACallbackItsBudget)
 {

@@ -109,15 +109,6 @@ TEST(RedisStart, WaitsWhileTheServerLoadsItsData)
     EXPECT_EQ(start(server.address()), "");
 }
 
-TEST(RedisStart, ThePathOfASocketMayBeAsLongAsTheKernelTakes)
-{
-    RedisServer server;
-    const std::string longest = server.path("").append(107, 's').substr(0, 107);
-    server.kill();
-    server.start({"unixsocket " + longest, "notify-keyspace-events KA"}, longest);
-    EXPECT_EQ(start("unix:" + longest), "");
-}
-
 // Sends a reply byte by byte.
 pid_t drip(int listening)
 {

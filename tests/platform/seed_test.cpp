@@ -3,7 +3,6 @@
 
 #include "host/memory_store.h"
 #include "host/seed.h"
-#include "host/settings.h"
 #include "host/trace.h"
 
 namespace {
@@ -52,32 +51,6 @@ TEST(Seed, IsTakenWholeOrRefusedWithTheLine)
     }
     EXPECT_EQ(load("/no/such"), "AP_DATABASE_SEED: /no/such: No such file or directory");
     EXPECT_EQ(load("/"), "AP_DATABASE_SEED: /: Is a directory");
-}
-
-TEST(SettingsFromEnvironment, NameWhatIsWrong)
-{
-    const std::string range = "' is not a number from ";
-    const std::pair<std::string, std::string> cases[] = {
-        {"AP_LOG_LEVEL=7", ""}, // accepted
-        {"AP_LOG_LEVEL=8", "AP_LOG_LEVEL: '8" + range + "0 to 7"},
-        {"AP_LOG_LEVEL=-1", "AP_LOG_LEVEL: '-1" + range + "0 to 7"},
-        {"AP_LOG_LEVEL=5x", "AP_LOG_LEVEL: '5x" + range + "0 to 7"},
-        {"AP_CONSOLE_PORT=65535", ""},
-        {"AP_CONSOLE_PORT=0", "AP_CONSOLE_PORT: '0" + range + "1 to 65535"},
-        {"AP_CONSOLE_PORT=65536", "AP_CONSOLE_PORT: '65536" + range + "1 to 65535"},
-        {"AP_BOARD_ROOT=/tmp//", ""},
-        {"AP_BOARD_ROOT=/no/such", "AP_BOARD_ROOT: /no/such: No such file or directory"},
-        {"AP_BOARD_ROOT=/dev/null", "AP_BOARD_ROOT: /dev/null is not a directory"},
-    };
-    for (const auto& [setting, expected] : cases) {
-        const std::string name = setting.substr(0, setting.find('='));
-        setenv(name.c_str(), setting.c_str() + name.size() + 1, 1);
-        std::string error;
-        const auto settings = host::Settings::from_environment(error);
-        EXPECT_EQ(error, expected) << setting;
-        EXPECT_EQ(settings.has_value(), expected.empty()) << setting;
-        unsetenv(name.c_str());
-    }
 }
 
 TEST(Traces, AreSwitchedOnByGroupAndLetters)
