@@ -1,7 +1,8 @@
 /* SPDX-License-Identifier: MIT */
-#include "bite/c_client.h"
+/* A client in C of everything that bite_api.h offers. */
+#include "bite/bite_api.h"
 
-static struct c_handles* current;
+static void* past_context; /* what the PAST callback got */
 
 static void post_ready(void* context)
 {
@@ -10,46 +11,49 @@ static void post_ready(void* context)
 
 static void past_ready(void* handle)
 {
-    current->past_context = handle;
-    current->ready_calls += 100;
+    past_context = handle;
 }
 
-void c_open(struct c_handles* handles, _cbus_conn_t* bus)
+/* Handles of POST, PAST and events. */
+void c_open(void** handles, _cbus_conn_t* bus, int* ready_calls)
 {
-    current = handles;
-    handles->post = bite_postApiInit(bus);
-    handles->past = bite_pastApiInit(bus);
-    handles->event = bite_eventApiInit(bus);
-    bite_registerPostReadyCB(handles->post, post_ready, &handles->ready_calls);
-    bite_registerPastReadyCB(handles->past, past_ready);
+    handles[0] = bite_postApiInit(bus);
+    handles[1] = bite_pastApiInit(bus);
+    handles[2] = bite_eventApiInit(bus);
+    bite_registerPostReadyCB(handles[0], post_ready, ready_calls);
+    bite_registerPastReadyCB(handles[1], past_ready);
 }
 
-void c_close(struct c_handles* handles)
+/* Returns the PAST callback's context. */
+void* c_close(void** handles)
 {
-    bite_postApiClose(handles->post);
-    bite_pastApiClose(handles->past);
-    bite_eventApiClose(handles->event);
+    bite_postApiClose(handles[0]);
+    bite_pastApiClose(handles[1]);
+    bite_eventApiClose(handles[2]);
+    return past_context;
 }
 
-int c_report(const struct c_handles* handles, uint32_t test, uint32_t event)
+/* Calls each reporting function once; the questions' and orders' results as one number: one
+ * decimal digit each, 9 for a negative one. */
+int c_report(void** handles, uint32_t test, uint32_t event)
 {
     const int results[] = {bite_isPostReady(),
-                           bite_isPostExtended(handles->post),
-                           bite_isPostAllowed(handles->post, test),
-                           bite_setPOST_start(handles->post, test),
-                           bite_PostResult(handles->post, test, 1),
-                           bite_PostResInfo(handles->post, test, 2, -5),
+                           bite_isPostExtended(handles[0]),
+                           bite_isPostAllowed(handles[0], test),
+                           bite_setPOST_start(handles[0], test),
+                           bite_PostResult(handles[0], test, 1),
+                           bite_PostResInfo(handles[0], test, 2, -5),
                            bite_isPastReady(),
-                           bite_isPastAllowed(handles->past, test)};
+                           bite_isPastAllowed(handles[1], test)};
     int digits = 0;
     for (unsigned int i = 0; i < sizeof results / sizeof results[0]; ++i)
         digits = digits * 10 + (results[i] < 0 ? 9 : results[i]);
-    bite_setPAST_start(handles->past, test);
-    bite_PastResult(handles->past, test, 0);
-    bite_PastResInfo(handles->past, test, 1, 7);
-    bite_cmResult(handles->event, event, 2);
-    bite_cmResInfo(handles->event, event, 99, -1);
-    bite_eventResult(handles->event, event, 1);
-    bite_eventResInfo(handles->event, event, 1, 7);
+    bite_setPAST_start(handles[1], test);
+    bite_PastResult(handles[1], test, 0);
+    bite_PastResInfo(handles[1], test, 1, 7);
+    bite_cmResult(handles[2], event, 2);
+    bite_cmResInfo(handles[2], event, 99, -1);
+    bite_eventResult(handles[2], event, 1);
+    bite_eventResInfo(handles[2], event, 1, 7);
     return digits;
 }

@@ -39,31 +39,31 @@ protected:
 };
 
 // Fields in the order of their indices.
-std::string fields(const CBiteSelfTestRec& record)
+std::string text_of(std::initializer_list<std::int64_t> values)
 {
     std::string text;
-    for (const std::int64_t value : {std::int64_t{record.enable()}, std::int64_t{record.count()},
-                                     std::int64_t{record.result()}, std::int64_t{record.severity()},
-                                     std::int64_t{record.info()}, std::int64_t{record.timestamp()},
-                                     std::int64_t{record.executionTime()}})
+    for (const std::int64_t value : values)
         text += std::to_string(value) + " ";
     return text;
 }
 
+std::string fields(const CBiteSelfTestRec& record)
+{
+    return text_of({record.enable(), record.count(), record.result(), record.severity(),
+                    record.info(), record.timestamp(), long{record.executionTime()}});
+}
+
 std::string fields(const CCmEventRec& record)
 {
-    std::string text;
-    for (const int value :
-         {record.count(), record.state(), record.severity(), record.info(), record.timestamp()})
-        text += std::to_string(value) + " ";
-    return text;
+    return text_of(
+        {record.count(), record.state(), record.severity(), record.info(), record.timestamp()});
 }
 
 // Loads a fresh record for each "LEAF VALUE TAKEN" of `rows`: a value in the database, and what
 // the record takes for it. The other fields are as after the construction.
 template <typename Record>
-void expect_taken(std::initializer_list<const char*> leaves, const std::string& prefix,
-                  const char* rows)
+void expect_taken(Terminal& terminal, std::initializer_list<const char*> leaves,
+                  const std::string& prefix, const char* rows)
 {
     std::istringstream words(rows);
     unsigned int id = 4294967000;
@@ -71,16 +71,13 @@ void expect_taken(std::initializer_list<const char*> leaves, const std::string& 
         ++id;
         Record record;
         const std::string key = prefix + std::to_string(id) + "." + stored;
-        const host::Write write{key, value};
-        ASSERT_EQ(0, host::config_write({&write, 1}));
+        terminal.write_text(key, value.c_str());
         EXPECT_EQ(0, record.init(id));
         std::string expected;
         for (const std::string leaf : leaves)
             expected += (leaf == stored ? taken : leaf == "severity" ? "-1" : "0") + " ";
         EXPECT_EQ(expected, fields(record)) << key << " " << value;
-        std::string_view kept;
-        EXPECT_EQ(0, host::config_read(key, kept));
-        EXPECT_EQ(value, kept); // nothing is mended in the database
+        EXPECT_EQ(value, terminal.value(key)); // nothing is mended in the database
     }
 }
 
@@ -141,7 +138,8 @@ TYPED_TEST(SelfTestRecords, TakeWhatIsSoundAndRepairTheRest)
         "severity 1 3  severity -2147483648 3  cnt -7 -7  info -8 -8  timestamp -9 -9  "
         "exetime -1 4294967295  cnt - 0  cnt 1x 0  cnt 2147483648 0  cnt. 1 0  "
         "cnt.cnt 1 0  cn 1 0  Cnt 1 0  state 1 0";
-    expect_taken<TypeParam>({"enable", "cnt", "result", "severity", "info", "timestamp", "exetime"},
+    expect_taken<TypeParam>(this->terminal,
+                            {"enable", "cnt", "result", "severity", "info", "timestamp", "exetime"},
                             this->prefix, rows);
 }
 
@@ -156,24 +154,18 @@ TYPED_TEST(SelfTestRecords, SkipKeysOfAnotherFormAndSurviveTheirLimits)
     EXPECT_EQ("-2147483648", this->get(this->prefix + "12.cnt"));
 
     std::int32_t value = 1;
-    std::vector<std::string> keys = {"info",
-                                     "ram.info",
-                                     this->prefix,
-                                     this->prefix + "12",
-                                     this->prefix + "12.",
-                                     this->prefix + "x.info",
-                                     this->prefix + ".info",
-                                     "ram.pest.id.12.info",
-                                     ""};
-    std::vector<config_data_t> items = {{CONFIG_TYPE_INTEGER, nullptr, &value, 4, 4, 0}};
-    for (const std::string& key : keys)
-        items.push_back({CONFIG_TYPE_INTEGER, key.c_str(), &value, 4, 4, 0});
-    record.parseRec(static_cast<unsigned int>(items.size()), items.data());
-    EXPECT_EQ(0, record.info());
-    const std::string info = this->prefix + "99999999999999999999.info";
-    items = {{CONFIG_TYPE_INTEGER, info.c_str(), &value, 4, 4, 0}};
-    record.parseRec(1, items.data()); // the number is the caller's affair
-    EXPECT_EQ(1, record.info());
+    const auto parse = [&](const std::string& key) {
+        const config_data_t item = integer_record(key.c_str(), &value);
+        record.parseRec(1, &item);
+        return record.info();
+    };
+    const config_data_t without_key = integer_record(nullptr, &value);
+    record.parseRec(1, &without_key);
+    for (const char* const rest : {"", "12", "12.", "x.info", ".info"})
+        EXPECT_EQ(0, parse(this->prefix + rest));
+    for (const char* const key : {"", "info", "ram.info", "ram.pest.id.12.info"})
+        EXPECT_EQ(0, parse(key));
+    EXPECT_EQ(1, parse(this->prefix + "99999999999999999999.info")); // the caller's affair
     std::string valid;
     for (unsigned int index = 0; index < 10; ++index)
         valid += record.isValid(index) ? "y" : "n";
@@ -228,8 +220,8 @@ TEST_F(BiteRecords, CmRecordsTakeWhatIsSoundAndRepairTheRest)
         "state -1 -1  state 3 3  state 4 0  state -2 0  state 2147483647 0  "
         "severity 0 0  severity 7 7  severity 9 4  severity -1 4  cnt -1 -1  "
         "info -2147483648 -2147483648  timestamp -1 -1  timestamp soon 0  stat 1 0";
-    expect_taken<CCmEventRec>({"cnt", "state", "severity", "info", "timestamp"}, "ram.bite.cm.",
-                              rows);
+    expect_taken<CCmEventRec>(terminal, {"cnt", "state", "severity", "info", "timestamp"},
+                              "ram.bite.cm.", rows);
     CCmEventRec record;
     put("ram.bite.cm.7.cnt", "2147483647");
     record.init(7);
@@ -259,26 +251,26 @@ TEST_F(BiteRecords, TheCmLogIsARing)
     EXPECT_EQ("[maxsize=100 index=1 count=1]" + entry, deliveries());
     EXPECT_EQ("9", get("ram.log.bite.cm.entry.1.identifier"));
 
-    struct Row {
-        const char *size, *index, *count, *next;
-    };
-    const Row rows[] = {{"10", "10", "10", "[maxsize=10 index=1 count=10]"},
-                        {"10", "3", "3", "[maxsize=10 index=4 count=4]"},
-                        {"10", "11", "11", "[maxsize=10 index=1 count=10]"},
-                        {"5000", "3", "3", "[maxsize=100 index=4 count=4]"},
-                        {"-1", "100", "99", "[maxsize=100 index=1 count=100]"},
-                        {"0", "1", "1", "[maxsize=100 index=2 count=2]"},
-                        {"many", "1", "1", "[maxsize=100 index=2 count=2]"},
-                        {"1000", "999", "-5", "[maxsize=1000 index=1000 count=1]"},
-                        {"1", "1", "1", "[maxsize=1 index=1 count=1]"},
-                        {"10", "0", "2147483647", "[maxsize=10 index=1 count=10]"},
-                        {"10", "-5", "0", "[maxsize=10 index=1 count=1]"},
-                        {"10", "2147483647", "x", "[maxsize=10 index=1 count=1]"}};
-    for (const Row& row : rows) {
-        put_all("ram.log.bite.cm.hnd.",
-                {{"maxsize", row.size}, {"latest.index", row.index}, {"latest.count", row.count}});
+    // Size, index and count of the ring, and what they become.
+    const std::array<const char*, 4> rows[] = {
+        {"10", "10", "10", "[maxsize=10 index=1 count=10]"},
+        {"10", "3", "3", "[maxsize=10 index=4 count=4]"},
+        {"10", "11", "11", "[maxsize=10 index=1 count=10]"},
+        {"5000", "3", "3", "[maxsize=100 index=4 count=4]"},
+        {"-1", "100", "99", "[maxsize=100 index=1 count=100]"},
+        {"0", "1", "1", "[maxsize=100 index=2 count=2]"},
+        {"many", "1", "1", "[maxsize=100 index=2 count=2]"},
+        {"1000", "999", "-5", "[maxsize=1000 index=1000 count=1]"},
+        {"1", "1", "1", "[maxsize=1 index=1 count=1]"},
+        {"10", "0", "2147483647", "[maxsize=10 index=1 count=10]"},
+        {"10", "-5", "0", "[maxsize=10 index=1 count=1]"},
+        {"10", "2147483647", "x", "[maxsize=10 index=1 count=1]"}};
+    for (const auto& [size, index, count, next] : rows) {
+        terminal.change({{"ram.log.bite.cm.hnd.maxsize", size},
+                         {"ram.log.bite.cm.hnd.latest.index", index},
+                         {"ram.log.bite.cm.hnd.latest.count", count}});
         const int written = record.writeCmLog(9);
-        EXPECT_EQ(row.next + entry, deliveries());
+        EXPECT_EQ(next + entry, deliveries());
         EXPECT_EQ(std::to_string(written), get("ram.log.bite.cm.hnd.latest.index"));
     }
     EXPECT_EQ(-ENAMETOOLONG, record.writeCmLogEntry(100000)); // as is the longest leaf, cut

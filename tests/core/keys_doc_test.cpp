@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
 // docs/keys.md against the sources and the defaults that the daemon writes.
-#include <gtest/gtest.h>
-
 #include <fstream>
 #include <map>
 #include <regex>

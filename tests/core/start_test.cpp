@@ -1,8 +1,15 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
+// The start-up, its default settings, and the settings' way to their devices.
+#include <sys/socket.h>
+#include <sys/un.h>
+
+#include <cstdlib>
+#include <cstring>
 
 #include "base/config_keys.h"
-#include "support/model_name.h"
+#include "core/config_defaults.h"
+#include "core/pwr_mgr_main.h"
+#include "host/descriptor.h"
 #include "support/terminal.h"
 
 namespace {
@@ -12,6 +19,35 @@ namespace key = power_man::key;
 struct Model {
     const char* platform;
     const char* story;
+    const char* supervision = "READY=1";
+};
+
+// The first datagrams that the daemon sends to its supervisor, up to READY=1.
+class Supervisor {
+public:
+    explicit Supervisor(const std::string& path) : socket_(::socket(AF_UNIX, SOCK_DGRAM, 0))
+    {
+        sockaddr_un address{AF_UNIX, {}};
+        std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
+        EXPECT_EQ(bind(socket_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address),
+                  0);
+        setenv("NOTIFY_SOCKET", path.c_str(), 1);
+    }
+
+    std::string messages() const
+    {
+        std::string all;
+        std::array<char, 256> text;
+        ssize_t length = 0;
+        while (!all.ends_with("READY=1") &&
+               (length = recv(socket_.get(), text.data(), text.size(), MSG_DONTWAIT)) > 0)
+            all.append(all.empty() ? "" : " ")
+                .append(text.data(), static_cast<std::size_t>(length));
+        return all;
+    }
+
+private:
+    host::Descriptor socket_;
 };
 
 class Start : public testing::TestWithParam<Model> {};
@@ -21,6 +57,7 @@ class Start : public testing::TestWithParam<Model> {};
 TEST_P(Start, HasItsOrder)
 {
     Terminal terminal(GetParam().platform);
+    const Supervisor supervisor(terminal.path("/notify"));
     terminal.write({{key::external_supply, 1},
                     {key::mainboard_temperature, 20},
                     {key::battery_temperature, 66},
@@ -39,6 +76,7 @@ TEST_P(Start, HasItsOrder)
                           "signal event_handler.registerEventDefinition 1 definitions "
                           "psumcu.events.subscribe.external_supply.pwr_mgr=1 ") +
                   GetParam().story);
+    EXPECT_EQ(supervisor.messages(), GetParam().supervision);
 }
 
 const Model models[] = {
@@ -47,8 +85,10 @@ const Model models[] = {
                 "usb.enabled=1 usb.extended_host_interface=1"},
     {"qv1202B", "+LIMIT_BACKGROUND +CLOSE_CONNECTIONS 252=high usb.enabled=1 "
                 "usb.extended_host_interface=1 usb.extended_host_interface=1"},
-    {"qv1608B", "+LIMIT_BACKGROUND +CLOSE_CONNECTIONS 80=low 81=in usb.enabled=1 "
-                "usb.extended_host_interface=1 usb.extended_host_interface=1"},
+    {"qv1608B",
+     "+LIMIT_BACKGROUND +CLOSE_CONNECTIONS 80=low 81=in usb.enabled=1 "
+     "usb.extended_host_interface=1 usb.extended_host_interface=1",
+     "WATCHDOG_USEC=60000000 READY=1"},
 };
 INSTANTIATE_TEST_SUITE_P(Models, Start, testing::ValuesIn(models), model_name<Model>);
 
@@ -61,9 +101,59 @@ TEST(StartWithoutReadableSettings, SkipsTheirStepsAlone)
     EXPECT_EQ(only(terminal.start(), {"pin", "set ram.status.interfaces.usb", "file /sys"}),
               "set ram.status.interfaces.usb.extended_host_interface 7\n");
     // The settings are followed all the same.
-    EXPECT_EQ(in_words(only(terminal.write(key::usb_enabled, 1),
-                            {"pin 52", "set ram.status.interfaces.usb"})),
-              "52=high usb.enabled=1 usb.extended_host_interface=7");
+    constexpr const char* story =
+        "usb.enabled=1 => 52=high usb.enabled=1 usb.extended_host_interface=7\n";
+    EXPECT_EQ(played(terminal, story, {"pin 52", "set ram.status.interfaces.usb"}), story);
+}
+
+TEST(ConfigDispatch, AppliesEachSettingInTheOrderWritten)
+{
+    Terminal terminal("qv1608B");
+    terminal.write({{"ram.platform.capabilities.usb", 1}, {key::usb_extended, 1}});
+    terminal.start();
+    constexpr const char* story =
+        R"(usb.enabled=0 isdn.enabled=1 => 80=high usb.enabled=0 usb.extended_host_interface=1 isdnpwr=1 isdn.enabled=1
+usb.extended_host_interface=7 => 80=high 80=high usb.enabled=0 usb.extended_host_interface=7
+usb.enabled= isdn.enabled=1x usb.enabled.more=1 =>
+)";
+    EXPECT_EQ(played(terminal, story), story);
+}
+
+TEST(ConfigDefaults, MissingKeysGetTheirsInOrder)
+{
+    Terminal terminal("qv1202B");
+    for (const char* const name : {key::usb_enabled, key::usb_extended, key::isdn_enabled,
+                                   key::hpa_temperature, key::hpa_temperature_state})
+        terminal.remove(name);
+    pwr_mgr_poe->init(nullptr);
+    pwr_mgr_phone->init();
+    const auto defaults = [&] {
+        terminal.story();
+        pwr_man_create_config_default();
+        return in_words(terminal.story());
+    };
+    EXPECT_EQ(defaults(),
+              "cfg.interfaces.usb.enabled=1 cfg.interfaces.usb.extended_host_interface=0 "
+              "cfg.interfaces.lan.0.poe.enabled=0 cfg.interfaces.lan.1.poe.enabled=0 "
+              "lan.poe.pwr_controlled=0 cfg.interfaces.phone.1.enabled=0 "
+              "cfg.interfaces.phone.2.enabled=0 cfg.interfaces.isdn.enabled=0 hpa.temperature=20 "
+              "hpa.temperature_state=0 usb.extended.pwr_controlled=0 close_connections=0 "
+              "limit_background=0");
+    EXPECT_EQ(defaults(), "") << "what is set stays";
+    for (const auto& [capability, usb] : {std::pair{0, "0"}, {5, "1"}}) {
+        terminal.remove(key::usb_enabled);
+        terminal.write("ram.platform.capabilities.usb.default_enable", capability);
+        EXPECT_EQ(defaults(), std::string("cfg.interfaces.usb.enabled=") + usb);
+    }
+    // Without ports the hold still gets its own.
+    terminal.write("ram.platform.capabilities.ether.poe.num_ports", -1);
+    terminal.remove("cfg.interfaces.lan.1.poe.enabled");
+    terminal.remove(PwrMgrPoe::RAM_STATUS_PWR_MGR_LAN_POE);
+    PwrMgrPoe unconfigured;
+    unconfigured.init(nullptr);
+    terminal.story();
+    unconfigured.createConfigDefaults();
+    EXPECT_EQ(in_words(terminal.story()), "lan.poe.pwr_controlled=0");
 }
 
 } // namespace

@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "gpio/gpio.h"
 
-#include <gtest/gtest.h>
-
-#include <filesystem>
 #include <stdexcept>
 
 #include "base/terminal.h"
@@ -15,101 +12,84 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr const char* directory = "/sys/class/gpio/gpio81";
-constexpr const char* value_file = "/sys/class/gpio/gpio81/value";
-
-// The message of the exception that `work` ends with; empty without one.
-template <typename Exception, typename Work>
-std::string thrown(Work&& work)
-{
-    try {
-        work();
-    } catch (const Exception& exception) {
-        return exception.what();
-    }
-    return {};
-}
+const std::string directory = "/sys/class/gpio/gpio81";
+const std::string value_file = directory + "/value";
 
 class GpioFiles : public testing::Test {
 protected:
-    GpioFiles() : terminal("qv1608B") { terminal.story(); }
-
-    // What a piece of work does to the files.
+    // What a piece of work does to the files, and the exception that it ends with.
     template <typename Work>
     std::string story_of(Work&& work)
     {
         terminal.story();
-        work();
-        return terminal.story();
+        std::string end;
+        try {
+            work();
+        } catch (const std::logic_error& error) {
+            end = std::string("logic error ") + error.what();
+        } catch (const std::runtime_error& error) {
+            end = std::string("runtime error ") + error.what();
+        }
+        return in_words(terminal.story()) + end;
     }
 
-    Terminal terminal;
+    Terminal terminal{"qv1608B"};
 };
 
 TEST_F(GpioFiles, OfALineThatItExportsItself)
 {
     Gpio line(7);
     EXPECT_EQ(story_of([&] { line.uninitialize(); }), ""); // never opened
-    EXPECT_EQ(story_of([&] { line.initialize(81U, Gpio::DIR_IN); }), "export 81\npin 81 in\n");
+    EXPECT_EQ(story_of([&] { line.initialize(81U, Gpio::DIR_IN); }), "export 81 81=in");
     EXPECT_EQ(line.getGpioNumber(), 81U);
-    EXPECT_GE(line.getFd(), 0);
     EXPECT_EQ(story_of([&] { line.exportGpio(); }), ""); // exported already
-
-    EXPECT_EQ(story_of([&] { line.setDirection(static_cast<Gpio::dir_t>(2)); }), "pin 81 out\n");
-    EXPECT_EQ(story_of([&] { line.setValue(5); }), "value 81 1\n");
+    EXPECT_EQ(story_of([&] { line.setValue(1); }),
+              "logic error Cannot set the value of an input gpio");
+    EXPECT_EQ(story_of([&] { line.setDirection(static_cast<Gpio::dir_t>(2)); }), "81=out");
+    EXPECT_EQ(story_of([&] { line.setValue(5); }), "value 81 1");
     EXPECT_EQ(line.getValue(), 49);
-    EXPECT_EQ(story_of([&] { line.setValue(0); }), "value 81 0\n");
+    EXPECT_EQ(story_of([&] { line.setValue(0); }), "value 81 0");
     EXPECT_EQ(line.getValue(), 48);
-
-    EXPECT_EQ(story_of([&] { line.uninitialize(); }), "unexport 81\n");
+    EXPECT_EQ(story_of([&] { line.uninitialize(); }), "unexport 81");
     EXPECT_EQ(line.getFd(), -1);
-    EXPECT_EQ(story_of([&] { line.uninitialize(); }), "");
-    EXPECT_EQ(story_of([&] { line.setDirection(Gpio::DIR_IN); }), ""); // no directory known
-    EXPECT_EQ(story_of([&] { EXPECT_EQ(line.getValue(), 255); }),
-              "log 3 Gpio::getValue_: called without known gpio file\n");
-    // From the number again, and given back at the end of its life.
-    EXPECT_EQ(story_of([] {
-                  Gpio other(81);
-                  other.initialize(Gpio::DIR_OUT);
+    EXPECT_EQ(story_of([&] {
+                  line.uninitialize();
+                  line.setDirection(Gpio::DIR_IN); // no directory known
+                  EXPECT_EQ(line.getValue(), 255);
               }),
-              "export 81\npin 81 out\nunexport 81\n");
+              "log 3 Gpio::getValue_: called without known gpio file");
+    // From the number again, and given back at the end of its life.
+    EXPECT_EQ(story_of([] { Gpio(81).initialize(Gpio::DIR_OUT); }), "export 81 81=out unexport 81");
 }
 
 TEST_F(GpioFiles, OfALineThatSomebodyElseExported)
 {
-    {
-        Gpio line(81);
-        line.exportGpio(); // gives the board its directory, and stays exported without an open
-    }
+    Gpio(81).exportGpio(); // gives the board its directory, and stays exported without an open
     Gpio line(3);
-    EXPECT_EQ(story_of([&] { line.initialize(std::string(directory), Gpio::DIR_OUT); }),
-              "pin 81 out\n");
+    EXPECT_EQ(story_of([&] { line.initialize(directory, Gpio::DIR_OUT); }), "81=out");
     const int first = line.getFd();
-    // An open line is closed before it is opened again: no descriptor is lost.
-    line.initialize(std::string(directory), Gpio::DIR_OUT);
-    EXPECT_EQ(line.getFd(), first);
+    line.initialize(directory, Gpio::DIR_OUT);
+    EXPECT_EQ(line.getFd(), first); // closed before it is opened again
     EXPECT_EQ(story_of([&] { line.uninitialize(); }), "");
-    // The directory is kept.
-    EXPECT_EQ(story_of([&] { line.setValue(1); }), "value 81 1\n");
-    EXPECT_EQ(story_of([&] { line.initialize(Gpio::DIR_IN); }), "pin 81 in\n");
+    EXPECT_EQ(story_of([&] { line.setValue(1); }), "value 81 1"); // the directory is kept
+    EXPECT_EQ(story_of([&] { line.initialize(Gpio::DIR_IN); }), "81=in");
 }
 
 TEST_F(GpioFiles, ThatCannotBeUsed)
 {
     Gpio line(81);
-    // An input is refused before anything else is looked at.
-    EXPECT_EQ(thrown<std::logic_error>([&] { line.setValue(1); }),
-              "Cannot set the value of an input gpio");
+    const auto set = [&] { line.setValue(1); };
+    constexpr const char* is_input = "logic error Cannot set the value of an input gpio";
+    EXPECT_EQ(story_of(set), is_input); // before anything else is looked at
     fs::create_directory(terminal.path(directory));
-    terminal.put("/sys/class/gpio/gpio81/direction", "out");
-    terminal.story();
-    EXPECT_EQ(thrown<std::runtime_error>([&] { line.initialize(81U, Gpio::DIR_OUT); }),
-              "open: No such file or directory");
+    terminal.put(directory + "/direction", "out");
+    EXPECT_EQ(story_of([&] { line.initialize(81U, Gpio::DIR_OUT); }),
+              "log 3 open: No such file or directory"
+              "runtime error open: No such file or directory");
     EXPECT_EQ(line.getFd(), -1);
-    // The direction comes after the open: still an input.
-    EXPECT_EQ(only(terminal.story(), {"pin", "log"}), "log 3 open: No such file or directory\n");
     EXPECT_EQ(story_of([&] { EXPECT_EQ(line.getValue(), 255); }),
-              "log 3 pread error: Bad file descriptor\n");
+              "log 3 pread error: Bad file descriptor");
+    EXPECT_EQ(story_of(set), is_input); // the direction comes after the open
 
     terminal.put(value_file, "1");
     line.initialize(Gpio::DIR_IN);
@@ -117,13 +97,6 @@ TEST_F(GpioFiles, ThatCannotBeUsed)
     EXPECT_EQ(line.getValue(), 'x');
     fs::resize_file(terminal.path(value_file), 0);
     EXPECT_EQ(line.getValue(), 255);
-    terminal.put(value_file, "1");
-    EXPECT_EQ(line.getValue(), 49);
-    EXPECT_EQ(story_of([&] {
-                  EXPECT_EQ(thrown<std::logic_error>([&] { line.setValue(1); }),
-                            "Cannot set the value of an input gpio");
-              }),
-              "");
 }
 
 struct Recorder : IInterruptFile::Handler {
@@ -135,15 +108,16 @@ TEST_F(GpioFiles, OfAnInterruptFile)
 {
     Recorder recorder;
     InterruptFile line(81, &recorder);
-    EXPECT_EQ(story_of([&] { line.uninitialize(); }), "");
-    EXPECT_EQ(story_of([&] { line.triggerOnEdge(IInterruptFile::EDGE_BOTH); }), "");
-    EXPECT_EQ(story_of([&] { line.initialize(nullptr); }),
-              "log 3 InterruptFile: attempting to initialize with nullptr as fdloop\n");
-    EXPECT_EQ(story_of([&] { line.initialize(main_fdloop); }),
-              "export 81\npin 81 in\nedge 81 falling\n");
-    EXPECT_EQ(story_of([&] { line.initialize(main_fdloop); }),
-              "log 3 InterruptFile: attempting to initialize while already initialized.\n");
-
+    const auto open = [&] { line.initialize(main_fdloop); };
+    EXPECT_EQ(story_of([&] {
+                  line.uninitialize();
+                  line.triggerOnEdge(IInterruptFile::EDGE_BOTH);
+                  line.initialize(nullptr);
+              }),
+              "log 3 InterruptFile: attempting to initialize with nullptr as fdloop");
+    EXPECT_EQ(story_of(open), "export 81 81=in edge 81 falling");
+    EXPECT_EQ(story_of(open),
+              "log 3 InterruptFile: attempting to initialize while already initialized.");
     for (const char* const level : {"1", "0", "1"}) {
         terminal.put(value_file, level);
         terminal.run(0);
@@ -155,48 +129,35 @@ TEST_F(GpioFiles, OfAnInterruptFile)
                         static_cast<IInterruptFile::edge_t>(7), IInterruptFile::EDGE_NONE})
                       line.triggerOnEdge(edge);
               }),
-              "edge 81 rising\nedge 81 both\nedge 81 none\n");
-
-    // Called for another descriptor, and for its own.
-    EXPECT_EQ(InterruptFile::fdloopCallback(line.getFd() + 1, &line), 0);
+              "edge 81 rising edge 81 both edge 81 none");
+    EXPECT_EQ(InterruptFile::fdloopCallback(line.getFd() + 1, &line), 0); // of another
     EXPECT_EQ(recorder.calls, "81 ");
     EXPECT_EQ(InterruptFile::fdloopCallback(line.getFd(), &line), 0);
     EXPECT_EQ(recorder.calls, "81 81 ");
-
-    EXPECT_EQ(story_of([&] { line.uninitialize(); }), "unexport 81\n");
+    EXPECT_EQ(story_of([&] { line.uninitialize(); }), "unexport 81");
     EXPECT_EQ(line.getFd(), -1);
-    EXPECT_EQ(story_of([&] { line.initialize(main_fdloop); }),
-              "export 81\npin 81 in\nedge 81 falling\n");
+    EXPECT_EQ(story_of(open), "export 81 81=in edge 81 falling");
 }
 
-TEST_F(GpioFiles, OfAnInterruptFileWithoutHandler)
+TEST_F(GpioFiles, OfAnInterruptFileWithoutHandlerOrValue)
 {
     InterruptFile line(81, nullptr);
-    line.initialize(main_fdloop);
-    terminal.story();
-    const auto edges = [&](int count) {
-        const std::uint64_t before = host::instance().loop->statistics().callbacks;
-        for (int i = 0; i < 2 * count; ++i) {
-            terminal.put(value_file, i % 2 == 0 ? "1" : "0");
-            EXPECT_EQ(terminal.run(0), "");
-        }
-        return host::instance().loop->statistics().callbacks - before;
-    };
-    EXPECT_EQ(edges(3), 3U); // no edge ends the watch
-}
-
-TEST_F(GpioFiles, OfAnInterruptFileWithoutValue)
-{
     fs::create_directory(terminal.path(directory));
-    Recorder recorder;
-    InterruptFile line(81, &recorder);
-    EXPECT_EQ(thrown<std::runtime_error>([&] { line.initialize(main_fdloop); }),
-              "open: No such file or directory");
-    EXPECT_EQ(only(story_of([&] { line.initialize(main_fdloop); }), {"log"}),
-              "log 3 InterruptFile: attempting to initialize while already initialized.\n");
+    const auto open = [&] { line.initialize(main_fdloop); };
+    EXPECT_TRUE(story_of(open).ends_with("runtime error open: No such file or directory"));
+    EXPECT_EQ(story_of(open),
+              "log 3 InterruptFile: attempting to initialize while already initialized.");
     line.uninitialize();
-    terminal.put(value_file, "0");
-    EXPECT_NO_THROW(line.initialize(main_fdloop));
+    for (const char* const file : {"/value", "/direction", "/edge"})
+        terminal.put(directory + file, "0");
+    EXPECT_EQ(story_of(open), "81=in edge 81 falling");
+    const std::uint64_t before = host::instance().loop->statistics().callbacks;
+    for (const char* const level : {"1", "0", "1", "0", "1", "0"}) {
+        terminal.put(value_file, level);
+        EXPECT_EQ(terminal.run(0), "");
+    }
+    // No edge ends the watch.
+    EXPECT_EQ(host::instance().loop->statistics().callbacks - before, 3U);
 }
 
 } // namespace

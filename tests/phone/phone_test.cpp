@@ -1,28 +1,28 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
+#include <sys/inotify.h>
+#include <unistd.h>
 #include <utility>
 
 #include "core/pwr_mgr_main.h"
-#include "support/failing_device.h"
+#include "host/descriptor.h"
 #include "support/terminal.h"
 
 namespace {
 
 constexpr const char* capability = "ram.platform.capabilities.slic.connectors";
+constexpr const char* prefix = "cfg.interfaces.phone.";
 
-std::string phones_only(const std::string& story)
-{
-    return only(story, {"file /dev", "set cfg.interfaces.phone", "set ram.status.interfaces.phone",
-                        "log 3 ram"});
-}
-
-// One change, handed over as the database does; keys that it would refuse too.
-void change(const std::string& key)
+// Hands over one change for each key, as the database does; keys that it would refuse too.
+void change(std::initializer_list<std::string> rests)
 {
     std::int32_t value = 1;
-    const config_data_t entry{CONFIG_TYPE_INTEGER, key.c_str(), &value, 4, 4, 0};
-    pwr_mgr_phone->cfgPhoneChanged(1, &entry);
+    for (const std::string& rest : rests) {
+        const std::string key = prefix + rest;
+        const config_data_t entry = integer_record(key.c_str(), &value);
+        pwr_mgr_phone->cfgPhoneChanged(1, &entry);
+    }
 }
 
 } // namespace
@@ -31,22 +31,16 @@ TEST(Phone, StartsAndFollowsItsSettings)
 {
     Terminal terminal("qv1202B");
     terminal.write("cfg.interfaces.phone.1.enabled", 5);
-    EXPECT_EQ(phones_only(terminal.start()), "set cfg.interfaces.phone.2.enabled 0\n"
-                                             "file /dev/slic0.0 +=\n"
-                                             "set ram.status.interfaces.phone.1.enabled 1\n"
-                                             "file /dev/slic0.1 -\n"
-                                             "set ram.status.interfaces.phone.2.enabled 0\n");
-    EXPECT_EQ(terminal.write({{"cfg.interfaces.phone.2.enabled", 256},
-                              {"cfg.interfaces.phone.1.enabled", 0},
-                              {"cfg.interfaces.phone.0.enabled", 1},
-                              {"cfg.interfaces.phone.3.enabled", 1},
-                              {"cfg.interfaces.phone.1.volume", 1}}),
-              "file /dev/slic0.1 +=\n"
-              "set ram.status.interfaces.phone.2.enabled 1\n"
-              "file /dev/slic0.0 -\n"
-              "set ram.status.interfaces.phone.1.enabled 0\n");
+    EXPECT_EQ(in_words(only(terminal.start(), {"file /dev", "set cfg.interfaces.phone",
+                                               "set ram.status.interfaces.phone"})),
+              "cfg.interfaces.phone.2.enabled=0 slic0.0=+= phone.1.enabled=1 slic0.1=- "
+              "phone.2.enabled=0");
+    constexpr const char* story =
+        R"(phone.2.enabled=256 phone.1.enabled=0 phone.0.enabled=1 phone.3.enabled=1 phone.1.volume=1 => slic0.1=+= phone.2.enabled=1 slic0.0=- phone.1.enabled=0
+phone.1.enabled= =>
+)";
+    EXPECT_EQ(played(terminal, story), story);
     EXPECT_EQ(terminal.file("/dev/slic0.0") + terminal.file("/dev/slic0.1"), "-+=");
-    EXPECT_EQ(terminal.remove("cfg.interfaces.phone.1.enabled"), "");
     delete std::exchange(pwr_mgr_phone, nullptr);
     EXPECT_EQ(terminal.write("cfg.interfaces.phone.1.enabled", 1), "");
 }
@@ -55,60 +49,90 @@ TEST(Phone, KeysThatItIsNotMadeFor)
 {
     Terminal terminal("qv1202B");
     terminal.start();
-    const std::string prefix = "cfg.interfaces.phone.";
-    for (const char* const rest :
-         {"", ".enabled", "-1.enabled", "x.enabled", "1", "1.", "1x.enabled", "1.enabledx",
-          "1.enabled.x", "4294967297.enabled", "18446744073709551617.enabled",
-          "99999999999999999999.enabled", "-4294967295.enabled", "1.poe.enabled",
-          "1.enabled_____________", "1.\tdisabled"})
-        change(prefix + rest);
-    change("cfg.interfaces.phone");
-    change("cfg");
-    change(prefix + "1." + std::string(10000, 'e'));
-    change(prefix + std::string(10000, '1') + ".enabled");
+    change({"", ".enabled", "-1.enabled", "x.enabled", "1", "1.", "1x.enabled", "1.enabledx",
+            "1.enabled.x", "4294967297.enabled", "18446744073709551617.enabled",
+            "99999999999999999999.enabled", "-4294967295.enabled", "1.poe.enabled",
+            "1.enabled_____________", "1.\tdisabled", "1." + std::string(10000, 'e'),
+            std::string(10000, '1') + ".enabled"});
+    std::int32_t value = 1;
+    for (const char* const key : {"cfg.interfaces.phone", "cfg"}) {
+        const config_data_t entry = integer_record(key, &value);
+        pwr_mgr_phone->cfgPhoneChanged(1, &entry);
+    }
     EXPECT_EQ(terminal.story(), "");
-    change(prefix + "+1.enabled");
-    change(prefix + "0000000000002.enabled");
-    EXPECT_EQ(terminal.story(), "file /dev/slic0.0 +=\n"
-                                "set ram.status.interfaces.phone.1.enabled 1\n"
-                                "file /dev/slic0.1 +=\n"
-                                "set ram.status.interfaces.phone.2.enabled 1\n");
+    change({"+1.enabled", "0000000000002.enabled"});
+    EXPECT_EQ(in_words(terminal.story()),
+              "slic0.0=+= phone.1.enabled=1 slic0.1=+= phone.2.enabled=1");
 }
 
 TEST(Phone, DevicesThatFail)
 {
     Terminal terminal("qv1202B");
     terminal.start();
-    const std::string open_fails = "log 4 Failed to open phone interface /dev/slic0.0\n";
-    const std::string write_fails = "log 4 Failed to write phone interface /dev/slic0.0: ";
     const std::string port_fails = "log 4 Failed to enable/disable phone interface 1\n";
-    EXPECT_EQ(use_failing_device(terminal, "/dev/slic0.0", "cfg.interfaces.phone.1.enabled"),
-              open_fails + port_fails + open_fails + port_fails + open_fails + port_fails +
-                  write_fails + "No space left on device\n" + port_fails + write_fails +
-                  "Input/output error\n" + port_fails);
+    const std::string open_fails =
+        "log 4 Failed to open phone interface /dev/slic0.0\n" + port_fails;
+    const std::string write_fails = "log 4 Failed to write phone interface /dev/slic0.0: ";
+    EXPECT_EQ(with_failing_device(terminal, "/dev/slic0.0", "cfg.interfaces.phone.1.enabled"),
+              open_fails + open_fails + open_fails + write_fails + "No space left on device\n" +
+                  port_fails + write_fails + "Input/output error\n" + port_fails);
 }
 
 TEST(Phone, Capabilities)
 {
     Terminal terminal("qv1202B");
     terminal.remove(capability);
-    EXPECT_EQ(phones_only(terminal.start()), "");
-    config_write_int(capability, -1);
-    pwr_mgr_phone->init();
-    pwr_mgr_phone->createConfigDefaults();
-    pwr_mgr_phone->applyInitialConfig();
-    EXPECT_EQ(phones_only(terminal.story()),
-              "log 3 ram.platform.capabilities.slic.connectors is negative\n");
-    config_write_int(capability, 4);
-    config_write_int("cfg.interfaces.phone.3.enabled", 1);
-    pwr_mgr_phone->init();
-    terminal.story();
-    pwr_mgr_phone->createConfigDefaults();
-    EXPECT_EQ(terminal.story(), "set cfg.interfaces.phone.1.enabled 0\n"
-                                "set cfg.interfaces.phone.2.enabled 0\n"
-                                "set cfg.interfaces.phone.4.enabled 0\n");
-    for (const int ports : {5, 2147483647}) {
-        config_write_int(capability, ports);
-        EXPECT_DEATH(pwr_mgr_phone->init(), "\\*\\*\\* ASSERT in pwr_mgr_phone at [0-9]+");
-    }
+    EXPECT_EQ(only(terminal.start(), {"file /dev", "set ram.status.interfaces.phone"}), "");
+    terminal.write("ram.post.id.1142129669.enable", 1);
+    pwr_mgr_phone->writePOSTResult(post_api);
+    EXPECT_TRUE(terminal.story().ends_with("state=3\"\n"));
+    const auto init = [&](int ports) {
+        terminal.write(capability, ports);
+        pwr_mgr_phone->init();
+        pwr_mgr_phone->createConfigDefaults();
+        return in_words(terminal.story());
+    };
+    EXPECT_EQ(init(-1), "log 3 ram.platform.capabilities.slic.connectors is negative");
+    terminal.write("cfg.interfaces.phone.3.enabled", 1);
+    EXPECT_EQ(init(4), "cfg.interfaces.phone.1.enabled=0 cfg.interfaces.phone.2.enabled=0 "
+                       "cfg.interfaces.phone.4.enabled=0");
+    for (const int ports : {5, 2147483647})
+        EXPECT_DEATH(init(ports), "\\*\\*\\* ASSERT in pwr_mgr_phone at [0-9]+");
+}
+
+TEST(PhoneSelfTest, OpensEveryPortUntilOneFails)
+{
+    Terminal terminal("qv1305A");
+    terminal.write({{"ram.post.id.1142129669.enable", 1}, {"cfg.interfaces.phone.1.enabled", 1}});
+    terminal.start();
+    const host::Descriptor watch(inotify_init1(IN_NONBLOCK));
+    inotify_add_watch(watch.get(), terminal.path("/dev").c_str(), IN_OPEN);
+    // The files that were opened, and what was reported.
+    const auto run_test = [&] {
+        terminal.story();
+        pwr_mgr_phone->writePOSTResult(post_api);
+        alignas(inotify_event) char buffer[4096];
+        const ssize_t length = read(watch.get(), buffer, sizeof buffer);
+        std::string all;
+        for (ssize_t at = 0; at < length;) {
+            const auto* const event = reinterpret_cast<const inotify_event*>(buffer + at);
+            all += std::string(event->name) + "\n";
+            at += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
+        }
+        return all + terminal.story();
+    };
+    const auto states = [](std::string_view digits) {
+        std::string lines;
+        for (const char digit : digits)
+            lines +=
+                std::string("signal bite.post.state \"id.1142129669.post.state=") + digit + "\"\n";
+        return lines;
+    };
+    // Whether enabled or not; two ports only.
+    EXPECT_EQ(run_test(), "slic0.0\nslic0.1\n" + states("123"));
+    std::filesystem::remove(terminal.path("/dev/slic0.0"));
+    EXPECT_EQ(run_test(), states("124"));
+    terminal.write("ram.post.id.1142129669.enable", 0);
+    EXPECT_EQ(run_test(), "log 5 POST not allowed ID: Module=4, Module ID=1, Test ID=230405. "
+                          "Not Enabled, Config OK(0)\n");
 }

@@ -55,36 +55,23 @@ std::string Terminal::start()
     return run(0);
 }
 
+std::string Terminal::change(const std::vector<Change>& changes, std::uint64_t milliseconds)
+{
+    std::vector<host::Write> writes;
+    for (const auto& [key, value] : changes)
+        writes.push_back({key, value ? std::optional<std::string_view>(*value) : std::nullopt});
+    if (!writes.empty() && host::config_write(writes) != 0)
+        throw std::runtime_error("write refused");
+    story();
+    return run(milliseconds);
+}
+
 std::string Terminal::write(std::initializer_list<std::pair<const char*, int>> values)
 {
-    std::vector<std::string> texts;
+    std::vector<Change> changes;
     for (const auto& [key, value] : values)
-        texts.push_back(std::to_string(value));
-    std::vector<host::Write> writes;
-    for (const auto& [key, value] : values)
-        writes.push_back({key, texts[writes.size()]});
-    if (const int result = host::config_write(writes); result != 0)
-        throw std::runtime_error("write refused");
-    story();
-    return run(0);
-}
-
-std::string Terminal::write_text(const char* key, const char* value)
-{
-    const host::Write write{key, value};
-    if (host::config_write({&write, 1}) != 0)
-        throw std::runtime_error("write refused");
-    story();
-    return run(0);
-}
-
-std::string Terminal::remove(const char* key)
-{
-    const host::Write write{key, std::nullopt};
-    if (host::config_write({&write, 1}) != 0)
-        throw std::runtime_error("removal refused");
-    story();
-    return run(0);
+        changes.emplace_back(key, std::to_string(value));
+    return change(changes);
 }
 
 std::string Terminal::run(std::uint64_t milliseconds)
@@ -93,17 +80,7 @@ std::string Terminal::run(std::uint64_t milliseconds)
     return story();
 }
 
-std::string Terminal::story()
-{
-    return take_lines(nullptr);
-}
-
-std::string Terminal::timed_story(std::uint64_t origin)
-{
-    return take_lines(&origin);
-}
-
-std::string Terminal::take_lines(const std::uint64_t* origin)
+std::string Terminal::story(std::optional<std::uint64_t> origin)
 {
     const host::Journal& journal = host::instance().journal;
     if (seen_ + 1 < journal.first())
@@ -111,14 +88,14 @@ std::string Terminal::take_lines(const std::uint64_t* origin)
     std::string text;
     while (seen_ < journal.last()) {
         const host::Journal::Line line = journal.line(++seen_);
-        if (origin != nullptr)
+        if (origin)
             text.append(std::to_string(line.time_ms - *origin)).append(" ms: ");
         text.append(line.text).append("\n");
     }
     return text;
 }
 
-std::string Terminal::value(const char* key) const
+std::string Terminal::value(const std::string& key) const
 {
     std::string_view text;
     return host::config_read(key, text) == 0 ? std::string(text) : "-";
@@ -142,7 +119,7 @@ void Terminal::put(std::string_view board_path, std::string_view text) const
     std::ofstream(path(board_path)) << text << "\n";
 }
 
-std::string only(const std::string& story, std::initializer_list<std::string_view> prefixes)
+std::string only(const std::string& story, Prefixes prefixes)
 {
     std::istringstream lines(story);
     std::string kept;
@@ -174,6 +151,10 @@ std::string in_words(const std::string& story)
         {"set ram.status.", "", '='},
         {"set ", "", '='},
         {"pin ", "", '='},
+        {"file /sys/devices/platform/fpga.0/control/", "", '='},
+        {"file /dev/", "", '='},
+        {"signal psumcu.poe.signal.set.poe.psu.enabled ", "supply=", ' '},
+        {"signal psumcu.poe.signal.set.port.poe.enabled port ", "port", '='},
     };
     std::istringstream lines(story);
     std::string words;
@@ -195,4 +176,47 @@ std::string in_words(const std::string& story)
 std::string actions_of(const std::string& story)
 {
     return in_words(only(story, {"raise", "clear", "signal psumcu.powerctrl", "set ram.fan"}));
+}
+
+std::string played(Terminal& terminal, const std::string& table, Prefixes prefixes)
+{
+    std::istringstream lines(table);
+    std::string result;
+    for (std::string line; std::getline(lines, line);) {
+        line = line.substr(0, line.find(" =>"));
+        std::istringstream steps(line);
+        std::vector<Terminal::Change> changes;
+        std::uint64_t milliseconds = 0;
+        for (std::string step; steps >> step;) {
+            const std::size_t equals = step.find('=');
+            if (step[0] == '+') {
+                milliseconds = std::stoull(step);
+                continue;
+            }
+            const bool whole = step.starts_with("ram.") || step.starts_with("rmcfg.");
+            const std::string value = step.substr(equals + 1);
+            changes.emplace_back((whole ? "" : "cfg.interfaces.") + step.substr(0, equals),
+                                 value.empty() ? std::nullopt : std::optional(value));
+        }
+        const std::string story = terminal.change(changes, milliseconds);
+        const std::string words = in_words(prefixes.size() > 0 ? only(story, prefixes) : story);
+        result += line + " =>" + (words.empty() ? "" : " ") + words + "\n";
+    }
+    return result;
+}
+
+std::string with_failing_device(Terminal& terminal, const char* device, const char* setting)
+{
+    const fs::path file = terminal.path(device);
+    std::string story;
+    for (const std::string stand_in :
+         {"", "directory", "/proc/self/exe", "/dev/full", "/proc/self/mem"}) {
+        fs::remove(file);
+        if (stand_in.starts_with("/"))
+            fs::create_symlink(stand_in, file);
+        else if (!stand_in.empty())
+            fs::create_directory(file);
+        story += only(terminal.write(setting, 1), {"set", "log"});
+    }
+    return story;
 }

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "temperature/temp_actions.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 
 #include "base/config_keys.h"
@@ -14,31 +12,6 @@ namespace {
 
 namespace key = power_man::key;
 
-struct NamedAction {
-    const char* name;
-    void (*action)();
-};
-
-constexpr NamedAction rows[] = {
-    {"no_act", no_act},
-    {"data_off", data_off},
-    {"data_on", data_on},
-    {"bgr_usb_off", bgr_usb_off},
-    {"bgr_usb_on", bgr_usb_on},
-    {"bgr_usb_poe_off", bgr_usb_poe_off},
-    {"bgr_poe_off, all held", bgr_poe_off},
-    {"bgr_poe_on, the first to let go", bgr_poe_on},
-    {"bgr_usb_poe_on", bgr_usb_poe_on},
-    {"bgr_poe_off", bgr_poe_off},
-    {"bgr_poe_on", bgr_poe_on},
-    {"reboot_term", reboot_term},
-    {"power_off", power_off},
-    {"low_temp_on", low_temp_on},
-    {"low_temp_off", low_temp_off},
-    {"high_temp_warning_on", high_temp_warning_on},
-    {"high_temp_warning_off", high_temp_warning_off},
-};
-
 TEST(Actions, WriteThenReportThenSignal)
 {
     Terminal terminal("qv1305A");
@@ -47,27 +20,30 @@ TEST(Actions, WriteThenReportThenSignal)
     terminal.write({{key::usb_enabled, 1}, {key::usb_extended, 1}, {key::usb_status, 1}});
     terminal.story();
     std::string story;
-    for (const NamedAction& row : rows) {
-        row.action();
-        story += std::string(row.name) + ": " + in_words(terminal.story()) + "\n";
+    for (void (*const action)() :
+         {no_act, data_off, data_on, bgr_usb_off, bgr_usb_on, bgr_usb_poe_off, bgr_poe_off,
+          bgr_poe_on, bgr_usb_poe_on, bgr_poe_off, bgr_poe_on, reboot_term, power_off, low_temp_on,
+          low_temp_off, high_temp_warning_on, high_temp_warning_off}) {
+        action();
+        story += in_words(terminal.story()) + "\n";
     }
-    EXPECT_EQ(story, R"(no_act: 
-data_off: close_connections=1 +CLOSE_CONNECTIONS
-data_on: close_connections=0 -CLOSE_CONNECTIONS
-bgr_usb_off: 53=low 54=high 55=high 56=high 52=high usb.extended_host_interface=0 usb.extended.pwr_controlled=1 +USB_EXT limit_background=1 rmcfg.sys.reduce_background_datarate=1 +LIMIT_BACKGROUND
-bgr_usb_on: 53=high 54=high 55=high 56=high 52=high usb.extended_host_interface=1 usb.extended.pwr_controlled=0 -USB_EXT limit_background=0 rmcfg.sys.reduce_background_datarate=0 -LIMIT_BACKGROUND
-bgr_usb_poe_off: limit_background=1 rmcfg.sys.reduce_background_datarate=1 +LIMIT_BACKGROUND 53=low 54=high 55=high 56=high 52=high usb.extended_host_interface=0 usb.extended.pwr_controlled=1 +USB_EXT lan.poe.pwr_controlled=1 +POE
-bgr_poe_off, all held: ram.fan.set_speed=255
-bgr_poe_on, the first to let go: ram.fan.set_speed=0
-bgr_usb_poe_on: limit_background=0 rmcfg.sys.reduce_background_datarate=0 -LIMIT_BACKGROUND 53=high 54=high 55=high 56=high 52=high usb.extended_host_interface=1 usb.extended.pwr_controlled=0 -USB_EXT lan.poe.pwr_controlled=0 -POE
-bgr_poe_off: limit_background=1 rmcfg.sys.reduce_background_datarate=1 +LIMIT_BACKGROUND lan.poe.pwr_controlled=1 +POE ram.fan.set_speed=255
-bgr_poe_on: limit_background=0 rmcfg.sys.reduce_background_datarate=0 -LIMIT_BACKGROUND lan.poe.pwr_controlled=0 -POE ram.fan.set_speed=0
-reboot_term: power_off=1 +CLOSE_TERMINAL reboot
-power_off: power_off=1 +CLOSE_TERMINAL shutdown
-low_temp_on: +TEMP_LOW
-low_temp_off: -TEMP_LOW
-high_temp_warning_on: +WARN
-high_temp_warning_off: -WARN
+    EXPECT_EQ(story, R"(
+close_connections=1 +CLOSE_CONNECTIONS
+close_connections=0 -CLOSE_CONNECTIONS
+53=low 54=high 55=high 56=high 52=high usb.extended_host_interface=0 usb.extended.pwr_controlled=1 +USB_EXT limit_background=1 rmcfg.sys.reduce_background_datarate=1 +LIMIT_BACKGROUND
+53=high 54=high 55=high 56=high 52=high usb.extended_host_interface=1 usb.extended.pwr_controlled=0 -USB_EXT limit_background=0 rmcfg.sys.reduce_background_datarate=0 -LIMIT_BACKGROUND
+limit_background=1 rmcfg.sys.reduce_background_datarate=1 +LIMIT_BACKGROUND 53=low 54=high 55=high 56=high 52=high usb.extended_host_interface=0 usb.extended.pwr_controlled=1 +USB_EXT lan.poe.pwr_controlled=1 +POE
+ram.fan.set_speed=255
+ram.fan.set_speed=0
+limit_background=0 rmcfg.sys.reduce_background_datarate=0 -LIMIT_BACKGROUND 53=high 54=high 55=high 56=high 52=high usb.extended_host_interface=1 usb.extended.pwr_controlled=0 -USB_EXT lan.poe.pwr_controlled=0 -POE
+limit_background=1 rmcfg.sys.reduce_background_datarate=1 +LIMIT_BACKGROUND lan.poe.pwr_controlled=1 +POE ram.fan.set_speed=255
+limit_background=0 rmcfg.sys.reduce_background_datarate=0 -LIMIT_BACKGROUND lan.poe.pwr_controlled=0 -POE ram.fan.set_speed=0
+power_off=1 +CLOSE_TERMINAL reboot
+power_off=1 +CLOSE_TERMINAL shutdown
++TEMP_LOW
+-TEMP_LOW
++WARN
+-WARN
 )");
 }
 

@@ -1,11 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "temperature/temp_sensors.h"
 
-#include <gtest/gtest.h>
-
 #include "base/config_keys.h"
 #include "base/terminal.h"
-#include "support/model_name.h"
 #include "support/terminal.h"
 #include "temperature/temp_desc.h"
 
@@ -132,26 +129,23 @@ TEST(SensorChange, IsEvaluatedInTheOrderOfTheRecords)
     EXPECT_EQ(actions_of(terminal.run(30000)), "+LIMIT_BACKGROUND +CLOSE_CONNECTIONS");
 }
 
-class UnknownModel : public testing::TestWithParam<const char*> {};
-
-TEST_P(UnknownModel, StartsWithoutSensors)
+TEST(UnknownModel, StartsWithoutSensors)
 {
     Terminal terminal("qv1608B");
-    if (*GetParam() != '\0')
-        terminal.write_text("ram.platform.id", GetParam());
-    else
-        terminal.remove("ram.platform.id");
-    terminal.write({{key::external_supply, 1}, {key::usb_enabled, 1}});
-    write_readings(terminal, 85, 1);
-    EXPECT_EQ(only(terminal.start(), {"set ram.status.psumcu.events.subscribe", "pin", "raise"}),
-              "set ram.status.psumcu.events.subscribe.external_supply.pwr_mgr 1\n");
-    write_readings(terminal, 90, 3);
-    EXPECT_EQ(only(terminal.run(10000), {"set ram.status.hpa", "raise"}), "");
-    EXPECT_EQ(states(), "");
+    // No model at all, one that is too long, and a near miss.
+    for (const char* const id : {"", "qv1608B0123456789", "QV1608B"}) {
+        terminal.change({{"ram.platform.id", *id != 0 ? std::optional(id) : std::nullopt}});
+        pwr_mgr_reset_platform_id();
+        terminal.write({{key::external_supply, 1}, {key::usb_enabled, 1}});
+        write_readings(terminal, 85, 1);
+        EXPECT_EQ(
+            only(terminal.start(), {"set ram.status.psumcu.events.subscribe", "pin", "raise"}),
+            "set ram.status.psumcu.events.subscribe.external_supply.pwr_mgr 1\n");
+        write_readings(terminal, 90, 3);
+        EXPECT_EQ(only(terminal.run(10000), {"set ram.status.hpa", "raise"}), "");
+        EXPECT_EQ(states(), "");
+    }
 }
-
-// No model at all, one that is too long, and a near miss.
-INSTANTIATE_TEST_SUITE_P(Ids, UnknownModel, testing::Values("", "qv1608B0123456789", "QV1608B"));
 
 TEST(Identity, IsReadOnceAndAfterFailuresAgain)
 {
