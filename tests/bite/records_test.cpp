@@ -252,26 +252,19 @@ TEST_F(BiteRecords, TheCmLogIsARing)
     EXPECT_EQ("9", get("ram.log.bite.cm.entry.1.identifier"));
 
     // Size, index and count of the ring, and what they become.
-    const std::array<const char*, 4> rows[] = {
-        {"10", "10", "10", "[maxsize=10 index=1 count=10]"},
-        {"10", "3", "3", "[maxsize=10 index=4 count=4]"},
-        {"10", "11", "11", "[maxsize=10 index=1 count=10]"},
-        {"5000", "3", "3", "[maxsize=100 index=4 count=4]"},
-        {"-1", "100", "99", "[maxsize=100 index=1 count=100]"},
-        {"0", "1", "1", "[maxsize=100 index=2 count=2]"},
-        {"many", "1", "1", "[maxsize=100 index=2 count=2]"},
-        {"1000", "999", "-5", "[maxsize=1000 index=1000 count=1]"},
-        {"1", "1", "1", "[maxsize=1 index=1 count=1]"},
-        {"10", "0", "2147483647", "[maxsize=10 index=1 count=10]"},
-        {"10", "-5", "0", "[maxsize=10 index=1 count=1]"},
-        {"10", "2147483647", "x", "[maxsize=10 index=1 count=1]"}};
-    for (const auto& [size, index, count, next] : rows) {
+    std::istringstream rows("10 10 10 10 1 10  10 3 3 10 4 4  10 11 11 10 1 10  5000 3 3 100 4 4  "
+                            "-1 100 99 100 1 100  0 1 1 100 2 2  many 1 1 100 2 2  "
+                            "1000 999 -5 1000 1000 1  1 1 1 1 1 1  10 0 2147483647 10 1 10  "
+                            "10 -5 0 10 1 1  10 2147483647 x 10 1 1");
+    std::string size, index, count, new_size, new_index, new_count;
+    while (rows >> size >> index >> count >> new_size >> new_index >> new_count) {
         terminal.change({{"ram.log.bite.cm.hnd.maxsize", size},
                          {"ram.log.bite.cm.hnd.latest.index", index},
                          {"ram.log.bite.cm.hnd.latest.count", count}});
-        const int written = record.writeCmLog(9);
-        EXPECT_EQ(next + entry, deliveries());
-        EXPECT_EQ(std::to_string(written), get("ram.log.bite.cm.hnd.latest.index"));
+        EXPECT_EQ(new_index, std::to_string(record.writeCmLog(9)));
+        EXPECT_EQ("[maxsize=" + new_size + " index=" + new_index + " count=" + new_count + "]" +
+                      entry,
+                  deliveries());
     }
     EXPECT_EQ(-ENAMETOOLONG, record.writeCmLogEntry(100000)); // as is the longest leaf, cut
     EXPECT_EQ("", deliveries());

@@ -36,61 +36,63 @@ protected:
     Terminal terminal{"qv1608B"};
 };
 
+constexpr const char* is_input = "logic error Cannot set the value of an input gpio";
+
 TEST_F(GpioFiles, OfALineThatItExportsItself)
 {
     Gpio line(7);
-    EXPECT_EQ(story_of([&] { line.uninitialize(); }), ""); // never opened
+    line.uninitialize(); // never opened
     EXPECT_EQ(story_of([&] { line.initialize(81U, Gpio::DIR_IN); }), "export 81 81=in");
     EXPECT_EQ(line.getGpioNumber(), 81U);
-    EXPECT_EQ(story_of([&] { line.exportGpio(); }), ""); // exported already
-    EXPECT_EQ(story_of([&] { line.setValue(1); }),
-              "logic error Cannot set the value of an input gpio");
-    EXPECT_EQ(story_of([&] { line.setDirection(static_cast<Gpio::dir_t>(2)); }), "81=out");
-    EXPECT_EQ(story_of([&] { line.setValue(5); }), "value 81 1");
-    EXPECT_EQ(line.getValue(), 49);
-    EXPECT_EQ(story_of([&] { line.setValue(0); }), "value 81 0");
-    EXPECT_EQ(line.getValue(), 48);
-    EXPECT_EQ(story_of([&] { line.uninitialize(); }), "unexport 81");
-    EXPECT_EQ(line.getFd(), -1);
-    EXPECT_EQ(story_of([&] {
-                  line.uninitialize();
-                  line.setDirection(Gpio::DIR_IN); // no directory known
-                  EXPECT_EQ(line.getValue(), 255);
-              }),
-              "log 3 Gpio::getValue_: called without known gpio file");
-    // From the number again, and given back at the end of its life.
-    EXPECT_EQ(story_of([] { Gpio(81).initialize(Gpio::DIR_OUT); }), "export 81 81=out unexport 81");
+    line.exportGpio(); // exported already
+    EXPECT_EQ(story_of([&] { line.setValue(1); }), is_input);
+    EXPECT_EQ(
+        story_of([&] {
+            line.setDirection(static_cast<Gpio::dir_t>(2));
+            line.setValue(5);
+            EXPECT_EQ(line.getValue(), 49);
+            line.setValue(0);
+            EXPECT_EQ(line.getValue(), 48);
+            line.uninitialize();
+            EXPECT_EQ(line.getFd(), -1);
+            line.uninitialize();
+            line.setDirection(Gpio::DIR_IN); // no directory known
+            EXPECT_EQ(line.getValue(), 255);
+            Gpio(81).initialize(Gpio::DIR_OUT); // given back at the end of its life
+        }),
+        "81=out value 81 1 value 81 0 unexport 81 log 3 Gpio::getValue_: called without known "
+        "gpio file export 81 81=out unexport 81");
 }
 
 TEST_F(GpioFiles, OfALineThatSomebodyElseExported)
 {
     Gpio(81).exportGpio(); // gives the board its directory, and stays exported without an open
-    Gpio line(3);
-    EXPECT_EQ(story_of([&] { line.initialize(directory, Gpio::DIR_OUT); }), "81=out");
-    const int first = line.getFd();
-    line.initialize(directory, Gpio::DIR_OUT);
-    EXPECT_EQ(line.getFd(), first); // closed before it is opened again
-    EXPECT_EQ(story_of([&] { line.uninitialize(); }), "");
-    EXPECT_EQ(story_of([&] { line.setValue(1); }), "value 81 1"); // the directory is kept
-    EXPECT_EQ(story_of([&] { line.initialize(Gpio::DIR_IN); }), "81=in");
+    EXPECT_EQ(story_of([] {
+                  Gpio line(3);
+                  line.initialize(directory, Gpio::DIR_OUT);
+                  const int first = line.getFd();
+                  line.initialize(directory, Gpio::DIR_OUT);
+                  EXPECT_EQ(line.getFd(), first); // closed before it is opened again
+                  line.uninitialize();
+                  line.setValue(1); // the directory is kept
+                  line.initialize(Gpio::DIR_IN);
+              }),
+              "81=out 81=out value 81 1 81=in");
 }
 
 TEST_F(GpioFiles, ThatCannotBeUsed)
 {
     Gpio line(81);
     const auto set = [&] { line.setValue(1); };
-    constexpr const char* is_input = "logic error Cannot set the value of an input gpio";
     EXPECT_EQ(story_of(set), is_input); // before anything else is looked at
     fs::create_directory(terminal.path(directory));
     terminal.put(directory + "/direction", "out");
     EXPECT_EQ(story_of([&] { line.initialize(81U, Gpio::DIR_OUT); }),
-              "log 3 open: No such file or directory"
-              "runtime error open: No such file or directory");
+              "log 3 open: No such file or directoryruntime error open: No such file or directory");
     EXPECT_EQ(line.getFd(), -1);
     EXPECT_EQ(story_of([&] { EXPECT_EQ(line.getValue(), 255); }),
               "log 3 pread error: Bad file descriptor");
     EXPECT_EQ(story_of(set), is_input); // the direction comes after the open
-
     terminal.put(value_file, "1");
     line.initialize(Gpio::DIR_IN);
     terminal.put(value_file, "x");

@@ -78,6 +78,9 @@ lan.0.poe.enabled= lan.0.poe.enabled=on =>
 lan.0.poe.enabled= =>
 ram.status.sw_update.settled=1 => log 4 POE on port cfg.interfaces.lan.0.poe.enabled not defined. POE is assumed enabled. supply=on port0=off supply=on port1=off
 lan.0.enabled=1 => supply=on port0=on
+ram.status.psumcu.psu.poe.enable= lan.0.poe.enabled= lan.0.enabled= lan.1.poe.enabled=0 => supply=on port1=off
+ram.status.sw_update.settled=1 => log 4 POE on port cfg.interfaces.lan.0.poe.enabled not defined. POE is assumed enabled. supply=on port0=on supply=on port1=off
+ram.status.interfaces.lan.enabled=0 => port0=off supply=off port1=off supply=off
 )"},
 };
 INSTANTIATE_TEST_SUITE_P(Models, PoeModel, testing::ValuesIn(models), model_name<Model>);
@@ -124,23 +127,6 @@ TEST(Poe, Capabilities)
     EXPECT_EQ(log, "3" + key + " is negative\n|3" + key + " is 2147483647" + too_many + "3" + key +
                        " is 65" + too_many + "7" + key + " not defined. POE is now disabled.\n|");
     EXPECT_EQ(only(terminal.story(), {"file", "set ram.status"}), "");
-}
-
-TEST(Poe, MissingSettingsCountAsEnabled)
-{
-    Terminal terminal("qv1608B");
-    terminal.write(capability, 1);
-    terminal.start();
-    terminal.remove(poe_0);
-    terminal.write(lan_status, 1);
-    host::set_log_sink(keep_line);
-    EXPECT_EQ(in_words(only(terminal.write(settled, 1), {"signal"})), "supply=on port0=on");
-    EXPECT_EQ(log, "7PwrMgrPoe::applyInitialConfig()|4POE on port cfg.interfaces.lan.0.poe.enabled "
-                   "not defined. POE is assumed enabled.\n"
-                   "|7cfg.interfaces.lan.0.enabled not defined. Port is assumed enabled.\n"
-                   "|7\nPoePsu power is needed|7\n"
-                   "ram.status.psumcu.psu.poe.enable not defined. POE PSU is not controlled.\n|7\n"
-                   " cbus_send_signal: PSUMCU_POE_SIGNAL_SET_POE_PSU_ENABLE with PoePsu on|");
 }
 
 TEST(Poe, ControlFileThatFails)
