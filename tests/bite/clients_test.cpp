@@ -21,41 +21,34 @@ namespace {
 constexpr unsigned int module_4 = 0x40000000;
 constexpr unsigned int id_1 = 0x00100000;
 
-class BiteClients : public Handler {};
+using BiteClients = Handler;
 
 void count_call(void* context)
 {
     ++*static_cast<int*>(context);
 }
 
-std::string shown(unsigned int module, unsigned int module_id)
-{
-    std::array<char, 25> text;
-    return CCmEventId(module << 28U, module_id << 20U, 0xFFFFF).show(text.data(), text.size());
-}
-
 } // namespace
 
 TEST(BiteIdentifiers, PackTheirFieldsAndDropOtherBits)
 {
-    struct Row {
-        unsigned int module, module_id, test, packed; // of an event
-    };
-    const Row rows[] = {{module_4, id_1, 1, 0x4C100001},
-                        {4, 1, 7, 0x0C000007},
-                        {0, 0x04100000, 0x123456, 0x0C123456},
-                        {~0U, ~0U, ~0U, 0xFFFFFFFF}};
-    for (const Row& row : rows) {
-        const unsigned int fields = row.packed & ~0x0C000000U;
-        const auto [module, module_id, test, packed] = row;
-        EXPECT_EQ(packed, CEventId(module, module_id, test).packed());
-        EXPECT_EQ(packed, bite_createEventRep(module, module_id, test));
-        EXPECT_EQ(fields | 0x04000000U, CPostId(module, module_id, test).packed());
-        EXPECT_EQ(fields | 0x04000000U, bite_createPostRep(module, module_id, test));
-        EXPECT_EQ(fields | 0x08000000U, CCmEventId(module, module_id, test).packed());
-        EXPECT_EQ(fields | 0x08000000U, bite_createCmRep(module, module_id, test));
-        EXPECT_EQ(fields, CPastId(module, module_id, test).packed());
-        EXPECT_EQ(fields, bite_createPastRep(module, module_id, test));
+    // Module, module id, test, and the event that they make.
+    const std::array<unsigned int, 4> rows[] = {{module_4, id_1, 1, 0x4C100001},
+                                                {4, 1, 7, 0x0C000007},
+                                                {0, 0x04100000, 0x123456, 0x0C123456},
+                                                {~0U, ~0U, ~0U, 0xFFFFFFFF}};
+    using Four = std::array<unsigned int, 4>;
+    for (const auto& [module, id, test, packed] : rows) {
+        const unsigned int past = packed & ~0x0C000000U;
+        const Four expected = {past, past | 0x04000000U, past | 0x08000000U, packed};
+        EXPECT_EQ(
+            expected,
+            (Four{CPastId(module, id, test).packed(), CPostId(module, id, test).packed(),
+                  CCmEventId(module, id, test).packed(), CEventId(module, id, test).packed()}));
+        EXPECT_EQ(
+            expected,
+            (Four{bite_createPastRep(module, id, test), bite_createPostRep(module, id, test),
+                  bite_createCmRep(module, id, test), bite_createEventRep(module, id, test)}));
     }
     EXPECT_EQ(1141899265U, CPostId(module_4, id_1, 1).packed());
     EXPECT_EQ(0U, CPostId().packed() | CEventId().packed() | CCmEventId().packed());
@@ -65,9 +58,12 @@ TEST(BiteIdentifiers, PackTheirFieldsAndDropOtherBits)
 TEST(BiteIdentifiers, ShowTheirModule)
 {
     std::string names;
+    std::array<char, 25> shown;
     for (unsigned int module = 4; module <= 8; ++module) {
         for (unsigned int id = 0; id <= 11; ++id)
-            names += shown(module, id) + " ";
+            names +=
+                CCmEventId(module << 28U, id << 20U, 0xFFFFF).show(shown.data(), shown.size()) +
+                std::string(" ");
     }
     EXPECT_EQ("? ? ? ? ? ? ? ? ? ? ? ? "
               "? ACD-AP ACD-BP AIS-AP AIS-BP PIESD-AP PIESD-BP SEGFPGA ? ACD-RM PIESD-RM ? "

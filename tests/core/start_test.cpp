@@ -3,8 +3,8 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
+#include <array>
 #include <cstdlib>
-#include <cstring>
 
 #include "base/config_keys.h"
 #include "core/config_defaults.h"
@@ -19,35 +19,7 @@ namespace key = power_man::key;
 struct Model {
     const char* platform;
     const char* story;
-    const char* supervision = "READY=1";
-};
-
-// The first datagrams that the daemon sends to its supervisor, up to READY=1.
-class Supervisor {
-public:
-    explicit Supervisor(const std::string& path) : socket_(::socket(AF_UNIX, SOCK_DGRAM, 0))
-    {
-        sockaddr_un address{AF_UNIX, {}};
-        std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
-        EXPECT_EQ(bind(socket_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address),
-                  0);
-        setenv("NOTIFY_SOCKET", path.c_str(), 1);
-    }
-
-    std::string messages() const
-    {
-        std::string all;
-        std::array<char, 256> text;
-        ssize_t length = 0;
-        while (!all.ends_with("READY=1") &&
-               (length = recv(socket_.get(), text.data(), text.size(), MSG_DONTWAIT)) > 0)
-            all.append(all.empty() ? "" : " ")
-                .append(text.data(), static_cast<std::size_t>(length));
-        return all;
-    }
-
-private:
-    host::Descriptor socket_;
+    const char* supervision = "READY=1 ";
 };
 
 class Start : public testing::TestWithParam<Model> {};
@@ -57,7 +29,12 @@ class Start : public testing::TestWithParam<Model> {};
 TEST_P(Start, HasItsOrder)
 {
     Terminal terminal(GetParam().platform);
-    const Supervisor supervisor(terminal.path("/notify"));
+    const std::string path = terminal.path("/notify");
+    sockaddr_un address{AF_UNIX, {}};
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    const host::Descriptor supervisor(::socket(AF_UNIX, SOCK_DGRAM, 0));
+    ASSERT_EQ(bind(supervisor.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    setenv("NOTIFY_SOCKET", path.c_str(), 1);
     terminal.write({{key::external_supply, 1},
                     {key::mainboard_temperature, 20},
                     {key::battery_temperature, 66},
@@ -76,7 +53,14 @@ TEST_P(Start, HasItsOrder)
                           "signal event_handler.registerEventDefinition 1 definitions "
                           "psumcu.events.subscribe.external_supply.pwr_mgr=1 ") +
                   GetParam().story);
-    EXPECT_EQ(supervisor.messages(), GetParam().supervision);
+    std::string messages;
+    std::array<char, 256> text;
+    for (ssize_t length = 0; !messages.ends_with("READY=1 "); messages += " ") {
+        length = recv(supervisor.get(), text.data(), text.size(), MSG_DONTWAIT);
+        ASSERT_GT(length, 0) << messages;
+        messages.append(text.data(), static_cast<std::size_t>(length));
+    }
+    EXPECT_EQ(messages, GetParam().supervision);
 }
 
 const Model models[] = {
@@ -88,7 +72,7 @@ const Model models[] = {
     {"qv1608B",
      "+LIMIT_BACKGROUND +CLOSE_CONNECTIONS 80=low 81=in usb.enabled=1 "
      "usb.extended_host_interface=1 usb.extended_host_interface=1",
-     "WATCHDOG_USEC=60000000 READY=1"},
+     "WATCHDOG_USEC=60000000 READY=1 "},
 };
 INSTANTIATE_TEST_SUITE_P(Models, Start, testing::ValuesIn(models), model_name<Model>);
 

@@ -2,7 +2,7 @@
 // Over-currents on the emulated over-current line, in virtual time.
 #include "usb/usb_fault_handler.h"
 
-#include <sstream>
+#include <regex>
 
 #include "base/config_keys.h"
 #include "host/clock.h"
@@ -52,17 +52,8 @@ protected:
     // What happened to the port, its event and its line.
     std::string story()
     {
-        std::istringstream lines(terminal.story(begin_));
-        std::string kept;
-        for (std::string line; std::getline(lines, line);) {
-            for (const char* const part : {"USB short circuit", "pin 80", "81"}) {
-                if (line.find(part) == std::string::npos)
-                    continue;
-                kept += line + "\n";
-                break;
-            }
-        }
-        return kept;
+        const std::regex others("[0-9]+ ms: (?!.*(USB short circuit|pin 80|81)).*\\n");
+        return std::regex_replace(terminal.story(begin_), others, "");
     }
 
     Terminal terminal{"qv1608B"};
