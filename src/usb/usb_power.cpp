@@ -46,8 +46,10 @@ PinPath pin_path(const char* pin, const char* file)
 // the next USB on tries again.
 void watch_over_current()
 {
+    // Lives as long as the process, like its handler: the loop calls them until its end.
+    static InterruptFile* over_current_line = nullptr;
     static bool reported = false;
-    if (usb_fault_handler != nullptr)
+    if (over_current_line != nullptr)
         return;
     auto handler = std::make_unique<UsbFaultHandler>();
     auto line = std::make_unique<InterruptFile>(over_current_gpio, handler.get());
@@ -61,8 +63,7 @@ void watch_over_current()
         return;
     }
     reported = false;
-    // Both live as long as the process: the loop calls them until its end.
-    [[maybe_unused]] static const InterruptFile* const over_current_line = line.release();
+    over_current_line = line.release();
     usb_fault_handler = handler.release();
 }
 
