@@ -139,8 +139,12 @@ TEST(UnknownModel, StartsWithoutSensors)
         terminal.write({{key::external_supply, 1}, {key::usb_enabled, 1}});
         write_readings(terminal, 85, 1);
         EXPECT_EQ(
-            only(terminal.start(), {"set ram.status.psumcu.events.subscribe", "pin", "raise"}),
-            "set ram.status.psumcu.events.subscribe.external_supply.pwr_mgr 1\n");
+            in_words(only(terminal.start(),
+                          {"set ram.status.psumcu.events.subscribe", "pin", "raise",
+                           "log 3 Failed to set usb", "set ram.status.interfaces.usb.en"})),
+            "psumcu.events.subscribe.external_supply.pwr_mgr=1 log 3 Failed to set usb power: "
+            "unknown platform [" +
+                std::string(pwr_mgr_get_platform_id()) + "] usb.enabled=1");
         write_readings(terminal, 90, 3);
         EXPECT_EQ(only(terminal.run(10000), {"set ram.status.hpa", "raise"}), "");
         EXPECT_EQ(states(), "");

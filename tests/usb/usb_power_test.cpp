@@ -132,18 +132,6 @@ TEST(UsbConfig, IsAppliedLessWhatIsHeld)
     EXPECT_EQ(apply(1), "0 ms: ");
 }
 
-TEST(UsbConfig, OfAnUnknownModelIsPublishedOnly)
-{
-    Terminal terminal("qv1608B");
-    terminal.write_text("ram.platform.id", "qv1609C");
-    terminal.write({{usb_capability, 1}, {key::usb_enabled, 1}, {key::usb_extended, 1}});
-    terminal.write(key::usb_extended_held, 0);
-    apply_usb_config(0);
-    EXPECT_EQ(in_words(terminal.story()),
-              "log 3 Failed to set usb power: unknown platform [qv1609C] "
-              "usb.enabled=1 usb.extended_host_interface=1");
-}
-
 TEST(IsdnPower, FollowsItsSettingAndSurvivesItsFile)
 {
     constexpr const char* control = "/sys/devices/platform/fpga.0/control/isdnpwr";
