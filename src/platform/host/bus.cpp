@@ -38,7 +38,8 @@ _cbus_conn_t* cbus_conn_create(_fdloop_t* loop, const char* name)
 {
     if (loop == nullptr || name == nullptr || *name == '\0')
         return nullptr;
-    host::instance().bus = std::make_unique<_cbus_conn_t>(_cbus_conn_t{loop});
+    if (!host::instance().bus) // one for the whole process
+        host::instance().bus = std::make_unique<_cbus_conn_t>(_cbus_conn_t{loop});
     return host::instance().bus.get();
 }
 
@@ -61,7 +62,9 @@ int cbus_send_signal(_cbus_conn_t* connection, const char* name, const void* dat
     if (length > longest_payload)
         return -EMSGSIZE;
     const std::string_view payload(static_cast<const char*>(data), length);
+    if (const int error = host::instance().store->publish(name, payload); error != 0)
+        return error;
     host::instance().signals.add(name, payload);
     host::instance().journal.write("%s", host::describe_signal(name, payload, length).c_str());
-    return host::instance().store->publish(name, payload);
+    return 0;
 }

@@ -68,10 +68,11 @@ int config_write(std::span<const Write> writes)
         if (const int error = write.value ? check_value(*write.value) : 0; error != 0)
             return error;
     }
-    // Noted first: what a change callback does must not stand before its cause.
+    if (const int error = instance().store->write(writes); error != 0)
+        return error;
     for (const Write& write : writes)
         note(write);
-    return instance().store->write(writes);
+    return 0;
 }
 
 int config_read(std::string_view key, std::string_view& value)
