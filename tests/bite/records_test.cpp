@@ -50,7 +50,7 @@ std::string text_of(std::initializer_list<std::int64_t> values)
 std::string fields(const CBiteSelfTestRec& record)
 {
     return text_of({record.enable(), record.count(), record.result(), record.severity(),
-                    record.info(), record.timestamp(), long{record.executionTime()}});
+                    record.info(), record.timestamp(), std::int64_t{record.executionTime()}});
 }
 
 std::string fields(const CCmEventRec& record)

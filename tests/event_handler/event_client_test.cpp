@@ -202,7 +202,7 @@ TEST_F(EventStore, DamageEndsTheReadingWhereverItIs)
         {60000, 0, 2, "length mismatch (60000/32)"},
         {31, 0, 1, "length mismatch (31/32)"}, // before the version
         {32, 0, 1, "version mismatch (1/2)"},
-        {32, 0, -1, "version mismatch (255/2)"},
+        {32, 0, '\xff', "version mismatch (255/2)"},
         {32, 28, 0, "magic mismatch (2696070144/2696070360)"},
         {32, 31, 0, "magic mismatch (11715800/2696070360)"},
     };
