@@ -125,6 +125,13 @@ private:
     int error_;
 };
 
+// Failures of one value, which others of the call do not share: a value in a shared database may
+// be of another kind, or longer than any of ours.
+bool concerns_value(int error)
+{
+    return error == -ENOENT || error == -EINVAL || error == -EMSGSIZE;
+}
+
 struct Match {
     std::string key;
     std::optional<std::int32_t> value;
@@ -143,7 +150,7 @@ int find_matches(const Pattern& pattern, std::vector<Match>& matches)
         const int result = config_read(key, value);
         if (result == -ENOENT)
             continue; // removed since it was listed
-        if (result != 0)
+        if (result != 0 && !concerns_value(result))
             return result;
         if (matches.size() == most_items)
             return -E2BIG;
@@ -195,7 +202,7 @@ int config_readv(const char* prefix, unsigned int count, config_data_t* items)
         config_data_t& item = items[i];
         std::string_view value;
         const int result = host::config_read(item.key, value);
-        if (result != 0 && result != -ENOENT)
+        if (result != 0 && !host::concerns_value(result))
             return result;
         const bool integer = item.type == CONFIG_TYPE_INTEGER;
         item.status = result == 0 ? host::store_value(value, item) : result;
