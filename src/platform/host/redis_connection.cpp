@@ -15,6 +15,7 @@ constexpr std::uint64_t longest_delay_ms = 2000;
 constexpr std::uint64_t steady_ms = 2000; // live for so long: the next loss is a new story
 constexpr std::uint64_t connect_patience_ms = 1000;
 constexpr std::uint64_t comparison_period_ms = 60'000;
+constexpr std::uint64_t unsent_period_ms = 5; // when the kernel did not take everything
 
 } // namespace
 
@@ -59,6 +60,16 @@ void RedisStore::attach(_fdloop_t& loop)
 
 void RedisStore::watch_links(Condition condition)
 {
+    for (RedisLink* const link : {pipeline_.link(), subscriber_.link()}) {
+        if (const int error = watch_link(*link, condition); error != 0) {
+            drop(error);
+            return;
+        }
+    }
+}
+
+int RedisStore::watch_link(const RedisLink& link, Condition condition)
+{
     const auto commands_ready = [](int, void* user) {
         static_cast<RedisStore*>(user)->links_ready(false);
         return 0;
@@ -67,11 +78,9 @@ void RedisStore::watch_links(Condition condition)
         static_cast<RedisStore*>(user)->links_ready(true);
         return 0;
     };
-    int error = loop_->add(pipeline_.link()->descriptor(), condition, commands_ready, this);
-    if (error == 0)
-        error = loop_->add(subscriber_.link()->descriptor(), condition, events_ready, this);
-    if (error != 0)
-        drop(error);
+    return &link == pipeline_.link()
+               ? loop_->add(link.descriptor(), condition, commands_ready, this)
+               : loop_->add(link.descriptor(), condition, events_ready, this);
 }
 
 void RedisStore::unwatch_links()
@@ -118,6 +127,10 @@ bool RedisStore::handshake_done(std::string& error)
     std::vector<std::string> none;
     for (RedisLink* const link : {pipeline_.link(), subscriber_.link()}) {
         int result = link->connected();
+        // Writable from now on: the one that is not connected yet must not make the loop spin.
+        if (result == 0 && loop_ != nullptr &&
+            loop_->remove(link->descriptor(), Condition::output) == 0)
+            result = watch_link(*link, Condition::input);
         if (result == 0)
             result = link->flush();
         if (result == 0)
@@ -130,10 +143,6 @@ bool RedisStore::handshake_done(std::string& error)
             error = refusal.empty() ? std::strerror(-result) : "it refuses us: " + refusal;
             return false;
         }
-    }
-    if (loop_ != nullptr && loop_->remove(pipeline_.link()->descriptor(), Condition::output) == 0) {
-        loop_->remove(subscriber_.link()->descriptor(), Condition::output);
-        watch_links(Condition::input);
     }
     return !pipeline_.outstanding() && subscriber_.settled();
 }
@@ -249,10 +258,14 @@ void RedisStore::watch_for_answers()
         }
     };
     const bool waiting = pipeline_.outstanding() || !subscriber_.settled();
+    const bool unsent = pipeline_.unsent() || subscriber_.link()->unsent();
+    if (unsent && loop_ != nullptr && loop_->restart_timer(answer_timer_, unsent_period_ms) == 0)
+        return;
     if (loop_ == nullptr || waiting == (answer_timer_ != 0))
         return;
     if (waiting) {
-        answer_timer_ = loop_->add_timer(CallBudget::call_us / 1000U, Timer::due, this);
+        const std::uint64_t patience_ms = CallBudget::call_us / 1000U;
+        answer_timer_ = loop_->add_timer(unsent ? unsent_period_ms : patience_ms, Timer::due, this);
     } else {
         loop_->remove_timer(answer_timer_);
         answer_timer_ = 0;

@@ -23,6 +23,11 @@ bool flags_suffice(std::string_view flags)
     return has('K') && (has('A') || (has('g') && has('$')));
 }
 
+std::string failure_text(int error)
+{
+    return error == -ETIMEDOUT ? "it does not answer" : std::strerror(-error);
+}
+
 std::string quoted(const redisReply& reply)
 {
     return "'" + std::string(text_of(reply)) + "'";
@@ -44,7 +49,7 @@ RedisStore::Verdict RedisStore::check_events(bool& returned, std::string& refuse
         result = subscriber_.fence(events, deadline_us);
     add_events(events);
     if (result != 0) {
-        error = result == -ETIMEDOUT ? "it does not answer" : std::strerror(-result);
+        error = failure_text(result);
         return Verdict::loading;
     }
     if (is_error(*replies[0]))
@@ -62,30 +67,30 @@ RedisStore::Verdict RedisStore::check_events(bool& returned, std::string& refuse
 }
 
 // Adds the events that are needed to those that others have asked for.
-bool RedisStore::ask_for_events(std::uint64_t deadline_us, std::string& error)
+RedisStore::Verdict RedisStore::ask_for_events(std::uint64_t deadline_us, std::string& error)
 {
     constexpr std::string_view setting = "notify-keyspace-events";
     std::vector<Reply> replies;
     pipeline_.ask({"CONFIG", "GET", setting});
     if (const int result = pipeline_.answers(replies, deadline_us); result != 0) {
-        error = std::strerror(-result);
-        return false;
+        error = failure_text(result);
+        return Verdict::loading;
     }
     std::string flags;
     if (replies[0]->type == REDIS_REPLY_ARRAY && replies[0]->elements == 2)
         flags = text_of(*replies[0]->element[1]);
     if (flags_suffice(flags))
-        return true;
+        return Verdict::good;
     flags += "KA";
     pipeline_.ask({"CONFIG", "SET", setting, flags});
     if (const int result = pipeline_.answers(replies, deadline_us); result != 0) {
-        error = std::strerror(-result);
-        return false;
+        error = failure_text(result);
+        return Verdict::loading;
     }
-    if (is_error(*replies[0]))
-        error =
-            "it does not tell of changes, and refuses to (" + quoted(*replies[0]) + "): " + advice;
-    return error.empty();
+    if (!is_error(*replies[0]))
+        return Verdict::good;
+    error = "it does not tell of changes, and refuses to (" + quoted(*replies[0]) + "): " + advice;
+    return Verdict::refused;
 }
 
 RedisStore::Verdict RedisStore::check_server(std::string& error)
@@ -95,8 +100,9 @@ RedisStore::Verdict RedisStore::check_server(std::string& error)
     std::string refused_write;
     Verdict verdict = check_events(returned, refused_write, deadline, error);
     if (verdict == Verdict::good && !returned) {
-        if (!ask_for_events(deadline, error))
-            return Verdict::refused;
+        verdict = ask_for_events(deadline, error);
+        if (verdict != Verdict::good)
+            return verdict;
         verdict = check_events(returned, refused_write, deadline, error);
         if (verdict == Verdict::good && !returned && refused_write.empty()) {
             error = std::string("a write does not come back as an event: ") + advice;
@@ -109,7 +115,7 @@ RedisStore::Verdict RedisStore::check_server(std::string& error)
     std::vector<Reply> replies;
     pipeline_.ask({"INFO", "server"});
     if (const int result = pipeline_.answers(replies, deadline); result != 0) {
-        error = std::strerror(-result);
+        error = failure_text(result);
         return Verdict::loading;
     }
     constexpr std::string_view field = "run_id:";

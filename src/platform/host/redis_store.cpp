@@ -137,7 +137,7 @@ void RedisStore::remember(std::span<const Write> writes, bool sent, bool silent)
 int RedisStore::write(std::span<const Write> writes)
 {
     ++write_id_;
-    const int error = ready();
+    const int error = usable() ? 0 : -ENOTCONN; // waits for nobody: a spent budget does not matter
     remember(writes, error == 0, false);
     if (error != 0)
         return error;
@@ -169,8 +169,8 @@ int RedisStore::publish(std::string_view name, std::string_view payload)
     if (name == definition_signal && definitions_.size() < most_definitions &&
         std::find(definitions_.begin(), definitions_.end(), payload) == definitions_.end())
         definitions_.emplace_back(payload);
-    if (const int error = ready(); error != 0)
-        return error;
+    if (!usable())
+        return -ENOTCONN;
     pipeline_.publish(name, payload);
     return 0;
 }
@@ -260,6 +260,8 @@ void RedisStore::run()
             drop(error);
             return;
         }
+        if (!changes_.pending())
+            read_ahead_.stop(); // nothing to deliver: the next callback may come much later
     }
     if (comparison_.complete()) {
         finish_comparison();

@@ -67,6 +67,7 @@ private:
     // The connection: redis_connection.cpp.
     bool open_links(std::string& error);
     void watch_links(Condition condition);
+    int watch_link(const RedisLink& link, Condition condition);
     void unwatch_links();
     void continue_connecting();
     bool handshake_done(std::string& error);
@@ -78,7 +79,7 @@ private:
     Verdict check_server(std::string& error);
     Verdict check_events(bool& returned, std::string& refused_write, std::uint64_t deadline_us,
                          std::string& error);
-    bool ask_for_events(std::uint64_t deadline_us, std::string& error);
+    Verdict ask_for_events(std::uint64_t deadline_us, std::string& error);
     Verdict try_start(std::string& error);
     bool await_handshake(std::string& error);
     int answers(std::vector<Reply>& replies, std::uint64_t deadline_us);
