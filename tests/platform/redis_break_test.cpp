@@ -270,12 +270,11 @@ TEST_F(RedisBreak, AValueOfAnotherKindSpoilsNoOtherItem)
 {
     server.ask("LPUSH k.list 1");
     server.ask("MSET k.one 1 k.text x");
-    std::int32_t one = 0;
-    std::int32_t untouched = 7;
-    config_data_t items[] = {{CONFIG_TYPE_INTEGER, "k.list", &untouched, 4, 0, 0},
-                             {CONFIG_TYPE_INTEGER, "k.one", &one, 4, 0, 0}};
+    std::int32_t values[] = {7, 7};
+    config_data_t items[] = {{CONFIG_TYPE_INTEGER, "k.list", &values[0], 4, 0, 0},
+                             {CONFIG_TYPE_INTEGER, "k.one", &values[1], 4, 0, 0}};
     EXPECT_EQ(config_readv("k", 2, items), 1);
-    EXPECT_EQ(std::tie(items[0].status, untouched, one), std::tuple(-EINVAL, 7, 1));
+    EXPECT_EQ(std::tie(items[0].status, values[0], values[1]), std::tuple(-EINVAL, 7, 1));
     unsigned int count = 0;
     config_data_t* found = nullptr;
     ASSERT_EQ(config_readm("k[.].*", &count, &found), 0);
@@ -286,10 +285,7 @@ TEST_F(RedisBreak, AValueOfAnotherKindSpoilsNoOtherItem)
 TEST_F(RedisBreak, AWriteBeyondTheSocketsBufferArrives)
 {
     const std::string text(60'000, 'x');
-    const std::vector<std::string> keys = {"1", "2", "3", "4", "5", "6", "7", "8", "9"};
-    std::vector<host::Write> writes;
-    for (const std::string& key : keys)
-        writes.push_back({key, text});
+    const std::vector<host::Write> writes(9, {"long", text});
     EXPECT_EQ(host::config_write(writes), 0);
     const auto stop = [](void*) {
         host::instance().loop->stop();
@@ -297,7 +293,7 @@ TEST_F(RedisBreak, AWriteBeyondTheSocketsBufferArrives)
     };
     host::instance().loop->add_timer(400, stop, nullptr); // nothing else wakes the loop
     host::instance().loop->run();
-    EXPECT_EQ(server.ask("STRLEN 9") + log(), "60000");
+    EXPECT_EQ(server.ask("STRLEN long") + log(), "60000");
 }
 
 class RedisFlood : public RedisBreak, public testing::WithParamInterface<const char*> {
