@@ -34,7 +34,7 @@ public:
     const Signal& signal(std::uint64_t number) const { return signals_[(number - 1) % capacity]; }
 
 private:
-    std::array<Signal, capacity> signals_{};
+    std::array<Signal, capacity> signals_; // touched only as they come
     std::uint64_t count_ = 0;
 };
 

@@ -48,7 +48,7 @@ private:
         std::array<char, line_length> text;
     };
 
-    std::array<Slot, capacity> slots_{};
+    std::array<Slot, capacity> slots_; // not touched before it is used: memory comes line by line
     std::uint64_t last_ = 0;
 };
 
