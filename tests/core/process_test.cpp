@@ -88,6 +88,8 @@ bool accepts(int port)
     return connect(client.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
 }
 
+// A supervisor may hand over no standard descriptors. No file of the board may come to stand in
+// their place: the log would be written to it.
 TEST(Process, TellsItsSupervisorAndEndsOnRequest)
 {
     Terminal terminal("qv1608B");
@@ -96,11 +98,17 @@ TEST(Process, TellsItsSupervisorAndEndsOnRequest)
     const pid_t process = fork();
     if (process == 0) {
         setsid(); // away from a terminal that the test may have
+        for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+            close(descriptor);
         execl(POWER_MAN, "power_man", "--ignored", nullptr);
         _exit(127);
     }
     ASSERT_GT(process, 0);
     EXPECT_EQ(supervisor.until_ready(), "WATCHDOG_USEC=60000000\nREADY=1\n");
+    for (const char* const descriptor : {"0", "1", "2"}) {
+        const std::string link = "/proc/" + std::to_string(process) + "/fd/" + descriptor;
+        EXPECT_EQ(std::filesystem::read_symlink(link), "/dev/null") << descriptor;
+    }
     kill(process, SIGTERM);
     EXPECT_EQ(end_of(process), "exit 0");
 }

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "host/host.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -31,6 +34,20 @@ constexpr int no_database = 1;
     std::fprintf(stderr, "power_man: %s\n", error.c_str());
     std::exit(status);
 }
+
+// Before main(), so that nothing opened later gets the number of a standard descriptor that the
+// starter left closed: the log would go there, a device file or the supervisor's socket.
+bool hold_standard_descriptors()
+{
+    for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
+        const bool held = fcntl(fd, F_GETFD) >= 0 || open("/dev/null", O_RDWR) == fd;
+        if (!held)
+            refuse(std::string("/dev/null: ") + std::strerror(errno));
+    }
+    return true;
+}
+
+[[maybe_unused]] const bool standard_descriptors_held = hold_standard_descriptors();
 
 } // namespace
 
