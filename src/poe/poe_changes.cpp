@@ -72,6 +72,9 @@ void PwrMgrPoe::applyInitialConfig()
             setPowerForPoePort(port);
     }
     registerConfigChanges();
+    // What was written after its reading and before its registration is reported to nobody.
+    if (catchUp())
+        setPowerForAllPoePorts();
 }
 
 void PwrMgrPoe::cfgSwUpdateSettled(unsigned int count, const config_data_t* entries)

@@ -68,3 +68,22 @@ void PwrMgrPoe::createConfigDefaults() const
         power_man::write_default(port_key(port, POE_ENABLED).c_str(), DEFAULT_POE);
     power_man::write_default(RAM_STATUS_PWR_MGR_LAN_POE, 0);
 }
+
+bool PwrMgrPoe::catchUp()
+{
+    bool changed = false;
+    const auto take = [&changed](const std::string& key, auto&& flag) {
+        std::int32_t value = 0;
+        if (config_read_int(key.c_str(), &value) != 0 || (value != 0) == flag)
+            return;
+        flag = value != 0;
+        changed = true;
+    };
+    take(RAM_STATUS_LAN, lanEnabled);
+    take(RAM_STATUS_PWR_MGR_LAN_POE, pwrControlled);
+    for (std::uint32_t port = 0; port < numPorts; ++port) {
+        take(port_key(port, POE_ENABLED), (*poeEnabled)[port]);
+        take(port_key(port, ENABLED), (*portEnabled)[port]);
+    }
+    return changed;
+}

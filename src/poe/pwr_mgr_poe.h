@@ -97,6 +97,10 @@ private:
     bool configured() const { return portEnabled != nullptr && poeEnabled != nullptr; }
     void applyThroughFpga(std::uint32_t port, bool wanted);
     void applyThroughPsuMcu(std::uint32_t port, bool wanted);
+
+    // Takes what is in the database now into the mirror; keys without a value leave it as it is.
+    // True when that has changed it.
+    bool catchUp();
     void portSettingChanged(const char* key, std::int32_t value);
 
     std::uint32_t numPorts = 0;

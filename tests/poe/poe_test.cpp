@@ -113,6 +113,22 @@ TEST(Poe, PortTextsAndTheBytesOfTheirSignals)
     EXPECT_EQ(in_words(terminal.story()), "port1=on port1=on port1=on port0=on port1=on");
 }
 
+// Another daemon writes after the settings have been read and before they are followed.
+TEST(Poe, SettingsWrittenWhileTheFirstAreApplied)
+{
+    Terminal terminal("qv1608B");
+    terminal.start();
+    terminal.write(lan_status, 1);
+    host::set_log_sink([](int, std::string_view text) {
+        if (text == "\nPoePsu power is not needed")
+            config_write_int(poe_0, 1);
+    });
+    EXPECT_EQ(in_words(terminal.write(settled, 1)),
+              "cfg.interfaces.lan.0.poe.enabled=1 port0=off supply=off "
+              "cfg.interfaces.lan.0.poe.enabled=1 port1=off supply=off "
+              "supply=on port0=on supply=on port1=off");
+}
+
 TEST(Poe, Capabilities)
 {
     host::set_log_sink(keep_line);
