@@ -2,8 +2,8 @@
 #include "bite/bite_ids.h"
 
 #include <cstdint>
+#include <cstdio>
 
-#include "ap/text.h"
 #include "bite/bite_api.h"
 
 namespace {
@@ -62,7 +62,7 @@ CEventId::~CEventId() = default;
 char* CEventId::show(char* text, unsigned int size) const
 {
     if (size >= shortest_name_buffer)
-        qv_snprintf(text, size, "%s", module_name(moduleNumber(), moduleIdNumber()));
+        std::snprintf(text, size, "%s", module_name(moduleNumber(), moduleIdNumber()));
     return text;
 }
 
