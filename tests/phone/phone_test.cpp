@@ -1,12 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
-#include <sys/inotify.h>
-#include <unistd.h>
 #include <utility>
 
 #include "core/pwr_mgr_main.h"
-#include "host/descriptor.h"
 #include "support/terminal.h"
 
 namespace {
@@ -98,41 +95,4 @@ TEST(Phone, Capabilities)
                        "cfg.interfaces.phone.4.enabled=0");
     for (const int ports : {5, 2147483647})
         EXPECT_DEATH(init(ports), "\\*\\*\\* ASSERT in pwr_mgr_phone at [0-9]+");
-}
-
-TEST(PhoneSelfTest, OpensEveryPortUntilOneFails)
-{
-    Terminal terminal("qv1305A");
-    terminal.write({{"ram.post.id.1142129669.enable", 1}, {"cfg.interfaces.phone.1.enabled", 1}});
-    terminal.start();
-    const host::Descriptor watch(inotify_init1(IN_NONBLOCK));
-    inotify_add_watch(watch.get(), terminal.path("/dev").c_str(), IN_OPEN);
-    // The files that were opened, and what was reported.
-    const auto run_test = [&] {
-        terminal.story();
-        pwr_mgr_phone->writePOSTResult(post_api);
-        alignas(inotify_event) char buffer[4096];
-        const ssize_t length = read(watch.get(), buffer, sizeof buffer);
-        std::string all;
-        for (ssize_t at = 0; at < length;) {
-            const auto* const event = reinterpret_cast<const inotify_event*>(buffer + at);
-            all += std::string(event->name) + "\n";
-            at += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
-        }
-        return all + terminal.story();
-    };
-    const auto states = [](std::string_view digits) {
-        std::string lines;
-        for (const char digit : digits)
-            lines +=
-                std::string("signal bite.post.state \"id.1142129669.post.state=") + digit + "\"\n";
-        return lines;
-    };
-    // Whether enabled or not; two ports only.
-    EXPECT_EQ(run_test(), "slic0.0\nslic0.1\n" + states("123"));
-    std::filesystem::remove(terminal.path("/dev/slic0.0"));
-    EXPECT_EQ(run_test(), states("124"));
-    terminal.write("ram.post.id.1142129669.enable", 0);
-    EXPECT_EQ(run_test(), "log 5 POST not allowed ID: Module=4, Module ID=1, Test ID=230405. "
-                          "Not Enabled, Config OK(0)\n");
 }

@@ -28,7 +28,7 @@ constexpr const char* line_path = "/sys/class/gpio/gpio81/value";
 // lines stand between parentheses.
 std::string results(const std::string& story)
 {
-    std::istringstream lines(only(story, {"signal bite.post.state \"id.", "log "}));
+    std::istringstream lines(only(story, {"signal bite.post.state \"id.", "log ", "file "}));
     std::string text;
     std::string last;
     for (std::string line; std::getline(lines, line);) {
@@ -121,12 +121,13 @@ TEST_F(SelfTest, FailsWhatIsMissingAndPassesWhenItIsMended)
     EXPECT_EQ(" isdn124 phone124 line12(3 failed to open " + std::string(line_path) +
                   ") line4 switch124 usb124 heat12",
               ready(terminal));
-    for (const auto& [path, content] : {files[0], files[1]})
-        terminal.put(path, content);
+    terminal.put(files[0].first, files[0].second);
+    fs::rename(terminal.path("/dev/slic0.0"), terminal.path("/dev/slic0.1")); // now the first
     fs::create_directory(terminal.path(line_path));
-    EXPECT_EQ(" isdn123 phone123 line12(3 read error) line4 switch124 usb124 heat12",
+    EXPECT_EQ(" isdn123 phone124 line12(3 read error) line4 switch124 usb124 heat12",
               ready(terminal));
     fs::remove(terminal.path(line_path));
+    terminal.put("/dev/slic0.0", "-");
     for (const char* const level : {"", "0", " 1"}) {
         terminal.put(line_path, level);
         EXPECT_EQ(" isdn123 phone123 line124 switch124 usb124 heat12", ready(terminal)) << level;
