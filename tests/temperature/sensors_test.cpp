@@ -92,6 +92,8 @@ TEST_P(Sensors, AreCopiedEveryFiveSeconds)
     terminal.remove("rmcfg.platform.hpa.temperature_state");
     EXPECT_EQ(copies(4999), "");
     EXPECT_EQ(seen + "\n" + copies(1), GetParam().copies);
+    platform_temp_copy_cb(nullptr); // whoever calls it
+    EXPECT_EQ(terminal.value("ram.status.hpa.temperature"), "457");
 }
 
 const Model models[] = {

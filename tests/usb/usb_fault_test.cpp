@@ -92,27 +92,6 @@ TEST_F(UsbFault, CyclesThePowerUntilAQuietSecond)
 )");
 }
 
-TEST_F(UsbFault, LineIsWatchedOnceUsbIsOn)
-{
-    terminal.write(key::usb_enabled, 0);
-    start();
-    EXPECT_EQ(usb_fault_handler, nullptr);
-    story();
-    pwr_mgr_usb_power(1, 0);
-    const UsbFaultHandler* const first = usb_fault_handler;
-    EXPECT_NE(first, nullptr);
-    pwr_mgr_usb_power(0, 0);
-    pwr_mgr_usb_power(1, 1);
-    EXPECT_EQ(usb_fault_handler, first);
-    EXPECT_EQ(story(), R"(0 ms: pin 80 low
-0 ms: export 81
-0 ms: pin 81 in
-0 ms: edge 81 falling
-0 ms: pin 80 high
-0 ms: pin 80 low
-)");
-}
-
 TEST_F(UsbFault, LineThatIsMissingLeavesUsbOn)
 {
     // The line's directory is there, its value file is not.
