@@ -43,11 +43,19 @@ TEST_P(Start, HasItsOrder)
                     {key::usb_enabled, 1},
                     {key::usb_extended, 1},
                     {key::usb_status, 0}});
-    EXPECT_EQ(in_words(only(terminal.start(), {"set txt.evh.stxt.66057", "set txt.evh.stxt.66560",
-                                               "signal event_handler", "set ram.status.psumcu",
-                                               "raise", "pin 52", "pin 53", "pin 252", "pin 80",
-                                               "pin 81", "set ram.status.interfaces.usb"})),
-              std::string("txt.evh.stxt.66057=EV_AP_HIGH_TEMP_WARN "
+    EXPECT_EQ(in_words(only(terminal.start(),
+                            {"set txt.evh.stxt.", "signal event_handler", "set ram.status.psumcu",
+                             "raise", "pin 52", "pin 53", "pin 252", "pin 80", "pin 81",
+                             "set ram.status.interfaces.usb"})),
+              std::string("txt.evh.stxt.66049=EV_AP_HIGH_TEMP_REDUCED_PERFORMANCE "
+                          "txt.evh.stxt.66050=EV_AP_HIGH_TEMP_USB "
+                          "txt.evh.stxt.66051=EV_AP_HIGH_TEMP_USB_EXT "
+                          "txt.evh.stxt.66052=EV_AP_HIGH_TEMP_LIMIT_BACKGROUND "
+                          "txt.evh.stxt.66053=EV_AP_HIGH_TEMP_CLOSE_CONNECTIONS "
+                          "txt.evh.stxt.66054=EV_AP_HIGH_TEMP_CLOSE_TERMINAL "
+                          "txt.evh.stxt.66055=EV_AP_TEMP_LOW "
+                          "txt.evh.stxt.66056=EV_AP_HIGH_TEMP_POE "
+                          "txt.evh.stxt.66057=EV_AP_HIGH_TEMP_WARN "
                           "signal event_handler.registerEventDefinition 9 definitions "
                           "txt.evh.stxt.66560=USB short circuit "
                           "signal event_handler.registerEventDefinition 1 definitions "

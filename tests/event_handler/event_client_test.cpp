@@ -11,7 +11,6 @@
 #include "event_handler/event_db.h"
 #include "host/host.h"
 #include "support/terminal.h"
-#include "temperature/temp_actions.h"
 #include "usb/usb_fault_handler.h"
 
 namespace {
@@ -44,27 +43,6 @@ std::string signals()
         text += "\n";
     }
     return text;
-}
-
-TEST_F(EventClient, PublishesTextsBeforeDefinitions)
-{
-    registerEventDefinition(power_man::temperature_event_definitions.data(), 9);
-    registerEventDefinition(&usb_event_definition, 1);
-    registerEventDefinition(nullptr, 0);
-    EXPECT_EQ(terminal.story(), R"(set txt.evh.stxt.66049 EV_AP_HIGH_TEMP_REDUCED_PERFORMANCE
-set txt.evh.stxt.66050 EV_AP_HIGH_TEMP_USB
-set txt.evh.stxt.66051 EV_AP_HIGH_TEMP_USB_EXT
-set txt.evh.stxt.66052 EV_AP_HIGH_TEMP_LIMIT_BACKGROUND
-set txt.evh.stxt.66053 EV_AP_HIGH_TEMP_CLOSE_CONNECTIONS
-set txt.evh.stxt.66054 EV_AP_HIGH_TEMP_CLOSE_TERMINAL
-set txt.evh.stxt.66055 EV_AP_TEMP_LOW
-set txt.evh.stxt.66056 EV_AP_HIGH_TEMP_POE
-set txt.evh.stxt.66057 EV_AP_HIGH_TEMP_WARN
-signal event_handler.registerEventDefinition 9 definitions
-set txt.evh.stxt.66560 USB short circuit
-signal event_handler.registerEventDefinition 1 definitions
-signal event_handler.registerEventDefinition
-)");
 }
 
 TEST_F(EventClient, SendsItsRecordsByteForByte)
