@@ -73,6 +73,8 @@ TEST(Actions, SwitchUsbByTheKeysOfTheMoment)
     EXPECT_EQ(effect(usb_power_off), "52=low 53=low usb.extended_host_interface=0");
     terminal.remove(key::usb_extended);
     EXPECT_EQ(effect(usb_power_on), "53=low 52=high usb.extended_host_interface=0");
+    terminal.write(key::usb_enabled, 0);
+    EXPECT_EQ(effect(usb_power_on), "52=low 53=low usb.extended_host_interface=0");
 }
 
 // Two sensors go up to "Closing connections" and back, each in four steps, in every order.
