@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The records of self-tests and CM events: what they write, and what they make of what others
 // have written.
-#include <array>
 #include <sstream>
 #include <type_traits>
 

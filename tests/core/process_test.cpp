@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 // The daemon as a process of its own on a terminal.
-#include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <pty.h>

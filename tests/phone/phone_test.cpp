@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
 #include <utility>
 
 #include "core/pwr_mgr_main.h"

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
 #include "core/pwr_mgr_main.h"
 #include "host/host.h"
 #include "host/logging.h"
