@@ -53,6 +53,7 @@ TEST_F(EventClient, SendsItsRecordsByteForByte)
     EXPECT_EQ(forwardEventReport(&report), 0);
     EXPECT_EQ(clearEvents(7), 0);
     EXPECT_EQ(clearEvents(4294967295U), 0);
+    registerEventDefinition(nullptr, 0);
     // The third word is an address of this process on a 32-bit machine only.
     constexpr EventDefinition definitions[] = {{0x10206, 2, "THE END"}, {0xfedcba98, 1, "TEXT"}};
     if constexpr (sizeof(void*) > 4)
@@ -65,6 +66,7 @@ event_handler.forwardEventReport 16: 04 03 02 01 06 05 08 07 10 0f 0e 0d 0c 0b 0
 event_handler.forwardEventReport 16: 00 04 01 00 01 04 00 00 00 00 00 00 01 00 00 00
 event_handler.clearEvents 2: 37 00
 event_handler.clearEvents 11: 34 32 39 34 39 36 37 32 39 35 00
+event_handler.registerEventDefinition 0:
 )") + (sizeof(void*) > 4
            ? "event_handler.registerEventDefinition 24: 06 02 01 00 02 00 00 00 00 00 00 00 "
              "98 ba dc fe 01 00 00 00 00 00 00 00\n"
