@@ -42,11 +42,12 @@ TEST_P(Start, HasItsOrder)
                     {"ram.platform.capabilities.usb", 1},
                     {key::usb_enabled, 1},
                     {key::usb_extended, 1},
-                    {key::usb_status, 0}});
+                    {key::usb_status, 0},
+                    {key::isdn_enabled, 1}});
     EXPECT_EQ(in_words(only(terminal.start(),
                             {"set txt.evh.stxt.", "signal event_handler", "set ram.status.psumcu",
                              "raise", "pin 52", "pin 53", "pin 252", "pin 80", "pin 81",
-                             "set ram.status.interfaces.usb"})),
+                             "set ram.status.interfaces.usb", "set ram.status.interfaces.isdn"})),
               std::string("txt.evh.stxt.66049=EV_AP_HIGH_TEMP_REDUCED_PERFORMANCE "
                           "txt.evh.stxt.66050=EV_AP_HIGH_TEMP_USB "
                           "txt.evh.stxt.66051=EV_AP_HIGH_TEMP_USB_EXT "
@@ -74,12 +75,12 @@ TEST_P(Start, HasItsOrder)
 const Model models[] = {
     {"qv1101A", "psumcu.events.subscribe.treshold.temperature.pwr_mgr=1 52=low 53=low "
                 "usb.extended_host_interface=0 +USB_EXT +LIMIT_BACKGROUND 53=low 52=high "
-                "usb.enabled=1 usb.extended_host_interface=1"},
+                "usb.enabled=1 isdn.enabled=1 usb.extended_host_interface=1"},
     {"qv1202B", "+LIMIT_BACKGROUND +CLOSE_CONNECTIONS 252=high usb.enabled=1 "
-                "usb.extended_host_interface=1 usb.extended_host_interface=1"},
+                "usb.extended_host_interface=1 isdn.enabled=1 usb.extended_host_interface=1"},
     {"qv1608B",
      "+LIMIT_BACKGROUND +CLOSE_CONNECTIONS 80=low 81=in usb.enabled=1 "
-     "usb.extended_host_interface=1 usb.extended_host_interface=1",
+     "usb.extended_host_interface=1 isdn.enabled=1 usb.extended_host_interface=1",
      "WATCHDOG_USEC=60000000 READY=1 "},
 };
 INSTANTIATE_TEST_SUITE_P(Models, Start, testing::ValuesIn(models), model_name<Model>);
