@@ -86,3 +86,17 @@ check 'an idle daemon sleeps' idle
 ends_well() { kill -TERM "$daemon_pid" && wait "$daemon_pid"; }
 check 'SIGTERM ends it in an orderly way' ends_well
 daemon_pid=
+
+# A starter may hand over no standard descriptors. No file of the board may come to stand in their
+# place: the log would be written to it.
+holds_descriptors() {
+    local descriptor
+    for descriptor in 0 1 2; do
+        [ "$(readlink "/proc/$daemon_pid/fd/$descriptor")" = /dev/null ] || return 1
+    done
+}
+printf '#!/bin/sh\nexec "%s" <&- >&- 2>&-\n' "$daemon" >"$work/bare"
+chmod +x "$work/bare"
+daemon=$work/bare
+start_daemon qv1608B
+check 'closed standard descriptors' holds_descriptors
