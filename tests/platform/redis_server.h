@@ -73,15 +73,18 @@ public:
         EXPECT_NE(peer_, nullptr) << "no server";
     }
 
-    void signal(int number) const { ::kill(process_, number); }
+    void signal(int number) const
+    {
+        if (process_ > 0) // others mean many processes
+            ::kill(process_, number);
+    }
     void stop() const { signal(SIGSTOP); }
     void go_on() const { signal(SIGCONT); }
     void kill()
     {
-        if (process_ > 0) {
-            signal(SIGKILL);
+        signal(SIGKILL);
+        if (process_ > 0)
             waitpid(process_, nullptr, 0);
-        }
         process_ = -1;
         redisFree(peer_);
         peer_ = nullptr;
