@@ -98,12 +98,13 @@ _fdloop_t* fdloop_init(void)
     }
     if (!host.settings.database.empty() && !host.settings.seed_file.empty())
         qv_slog(4, "AP_DATABASE_SEED is not loaded: the database is shared with others\n");
-    host.store->attach(*host.loop); // first: what it reads is delivered in the same turn
-    host.loop->add_deferred(&host.changes);
     if (const int result = host::watch_stop_signals(*host.loop); result != 0) {
         qv_slog(3, "The loop cannot be stopped by a signal: %s\n", std::strerror(-result));
         host.loop.reset();
+        return nullptr;
     }
+    host.store->attach(*host.loop); // first: what it reads is delivered in the same turn
+    host.loop->add_deferred(&host.changes);
     return host.loop.get();
 }
 
