@@ -122,6 +122,7 @@ INSTANTIATE_TEST_SUITE_P(Limits, RedisFlood,
 TEST_F(RedisChanges, WritesNothingOverOthers)
 {
     config_write_int("shared.status", 1);
+    run_for(20);
     server.stop();
     EXPECT_EQ(read("a"), -ETIMEDOUT);
     EXPECT_EQ(config_write_int("shared.status", 2), -ENOTCONN);

@@ -95,7 +95,7 @@ RedisStore::Verdict RedisStore::ask_for_events(std::uint64_t deadline_us, std::s
 
 RedisStore::Verdict RedisStore::check_server(std::string& error)
 {
-    const std::uint64_t deadline = CallBudget::deadline();
+    const std::uint64_t deadline = budget_.deadline();
     bool returned = false;
     std::string refused_write;
     Verdict verdict = check_events(returned, refused_write, deadline, error);
@@ -154,7 +154,7 @@ RedisStore::Verdict RedisStore::try_start(std::string& error)
                 break; // by a server: the one that is meant
             continue;
         }
-        budget_.renew();
+        budget_ = {};
         verdict = check_server(error);
         break;
     }
@@ -169,7 +169,7 @@ bool RedisStore::start(std::string& error)
         poll(nullptr, 0, loading_poll_ms);
         verdict = try_start(error);
     }
-    budget_.renew();
+    budget_ = {};
     if (verdict != Verdict::good)
         return false;
     state_ = State::live;

@@ -61,7 +61,7 @@ int RedisStore::read(std::string_view key, std::string_view& value)
     } else {
         std::vector<Reply> replies;
         ask_value(pipeline_, key);
-        if (const int error = answers(replies, CallBudget::deadline()); error != 0)
+        if (const int error = answers(replies, budget_.deadline()); error != 0)
             return error;
         answer = value_answer(*replies[0], *replies[1]);
     }
@@ -85,7 +85,7 @@ int RedisStore::list(std::string_view prefix, std::vector<std::string>& keys)
 {
     if (const int error = ready(); error != 0)
         return error;
-    const std::uint64_t deadline = CallBudget::deadline();
+    const std::uint64_t deadline = budget_.deadline();
     std::string cursor = "0";
     const std::size_t first = keys.size();
     do {
@@ -179,7 +179,7 @@ int RedisStore::publish(std::string_view name, std::string_view payload)
 // the registration that follows sees later writes only, and every one of them.
 void RedisStore::follow(std::string_view key)
 {
-    const std::uint64_t deadline = CallBudget::deadline();
+    const std::uint64_t deadline = budget_.deadline();
     if (ready() == 0 && pipeline_.outstanding()) {
         std::vector<Reply> replies;
         pipeline_.ask({"PING"});
@@ -254,7 +254,7 @@ bool RedisStore::pending() const
 
 void RedisStore::run()
 {
-    const std::uint64_t deadline = CallBudget::deadline();
+    const std::uint64_t deadline = budget_.deadline();
     if (feed_.waiting()) {
         if (const int error = feed_.settle(deadline); error != 0) {
             drop(error);
@@ -274,7 +274,7 @@ void RedisStore::run()
 void RedisStore::finish_comparison()
 {
     std::vector<std::string> events;
-    const int error = subscriber_.fence(events, CallBudget::deadline());
+    const int error = subscriber_.fence(events, budget_.deadline());
     if (error != 0) {
         drop(error);
         return;
