@@ -98,8 +98,11 @@ bool Comparison::is_lost(const std::string& key, const SeenValue& found)
     }
     if (!found)
         return true;
-    const bool lost = own->second.uncertain || older_data_;
-    if (lost && !key_is_below(key, settings_prefix))
+    // What is followed is others' to tell: another value than the last seen one is theirs.
+    const bool theirs = key_is_below(key, settings_prefix) ||
+                        (subscriber_.coverage(key) != RedisSubscriber::Coverage::none &&
+                         ChangeFeed::hash(found) != feed_.last_seen(key));
+    if (!theirs && (own->second.uncertain || older_data_))
         return true;
     own_.give_up(key);
     return false;
