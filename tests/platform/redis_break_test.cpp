@@ -93,6 +93,28 @@ TEST_F(RedisBreak, ARestartedServerGetsItsStatusBack)
     }
 }
 
+TEST_F(RedisBreak, AServerThatRefusesTheWayBackSaysWhyOnce)
+{
+    const std::pair<RedisServer::Settings, const char*> ways[] = {
+        {{"requirepass x"}, "it refuses us: NOAUTH"},
+        {{"rename-command CONFIG nothing"}, "it does not tell of changes"},
+    };
+    for (const auto& [settings, why] : ways) {
+        run_for(20);
+        server.kill();
+        server.start(settings);
+        EXPECT_TRUE(run_until(host::RedisStore::State::down));
+        EXPECT_TRUE(run_until([why = why] { return log_lines.find(why) != log_lines.npos; }));
+        run_for(300); // more attempts
+        server.kill();
+        server.start();
+        EXPECT_TRUE(run_until(host::RedisStore::State::live));
+        const std::string lines = log();
+        EXPECT_NE(lines.find(std::string("\n3 Shared database X: ") + why), lines.npos) << lines;
+        EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 3) << lines;
+    }
+}
+
 TEST_F(RedisBreak, ARefusedWriteIsOneLineUntilOneIsTaken)
 {
     const std::tuple<const char*, const char*, const char*> ways[] = {

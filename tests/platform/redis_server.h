@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -68,9 +69,23 @@ public:
             execlp("redis-server", "redis-server", path("conf").c_str(), nullptr);
             _exit(127);
         }
-        for (int i = 0; i < 1000 && !connect(); ++i)
+        for (int i = 0; i < 1000 && !peer_; ++i) {
             poll(nullptr, 0, 10);
-        EXPECT_NE(peer_, nullptr) << "no server";
+            peer_ = connect();
+        }
+        EXPECT_TRUE(peer_) << "no server";
+    }
+
+    struct Free {
+        void operator()(redisContext* context) const { redisFree(context); }
+    };
+    using Connection = std::unique_ptr<redisContext, Free>;
+
+    // One more client; null when nobody listens.
+    Connection connect() const
+    {
+        Connection connection(redisConnectUnix(socket().c_str()));
+        return connection && connection->err == 0 ? std::move(connection) : nullptr;
     }
 
     void signal(int number) const
@@ -86,15 +101,14 @@ public:
         if (process_ > 0)
             waitpid(process_, nullptr, 0);
         process_ = -1;
-        redisFree(peer_);
-        peer_ = nullptr;
+        peer_.reset();
     }
 
     // What another client gets for a command of words without blanks; "" for nothing.
     template <typename... Values>
     std::string ask(const char* format, Values... values)
     {
-        auto* const reply = static_cast<redisReply*>(redisCommand(peer_, format, values...));
+        auto* const reply = static_cast<redisReply*>(redisCommand(peer_.get(), format, values...));
         std::string text = "(lost)";
         if (reply != nullptr)
             text = reply->str != nullptr                ? std::string(reply->str, reply->len)
@@ -104,21 +118,10 @@ public:
         return text;
     }
 
-    redisContext* peer() { return peer_; }
+    redisContext* peer() { return peer_.get(); }
 
 private:
-    bool connect()
-    {
-        redisFree(peer_);
-        peer_ = redisConnectUnix(socket().c_str());
-        if (peer_ != nullptr && peer_->err != 0) {
-            redisFree(peer_);
-            peer_ = nullptr;
-        }
-        return peer_ != nullptr;
-    }
-
     std::filesystem::path root_;
     pid_t process_ = -1;
-    redisContext* peer_ = nullptr;
+    Connection peer_;
 };

@@ -75,6 +75,16 @@ TEST(RedisStart, RefusesAServerThatCannotBeUsed)
                         .starts_with("AP_DATABASE_PASSWORD_FILE: " + server.path(file)));
 }
 
+TEST(RedisStart, SaysThatTheServerIsFull)
+{
+    RedisServer server({"maxclients 3", "notify-keyspace-events KA"});
+    RedisServer::Connection others[2]{server.connect(), server.connect()};
+    for (int free = 0; free < 2; ++free) {
+        EXPECT_EQ(start(server.address()), "it refuses us: ERR max number of clients reached");
+        others[free].reset();
+    }
+}
+
 TEST(RedisStart, MakesSureThatChangesAreTold)
 {
     RedisServer server({"notify-keyspace-events Ex"});
@@ -92,9 +102,11 @@ TEST(RedisStart, MakesSureThatChangesAreTold)
                       std::string("notify-keyspace-events \"") + flag + "\""});
         EXPECT_TRUE(start(server.address()).ends_with(advice)) << flag;
     }
-    server.kill();
-    server.start({"rename-command CONFIG nothing", "notify-keyspace-events KA"});
-    EXPECT_EQ(start(server.address()), "");
+    for (const char* const line : {"", "maxmemory 1"}) { // takes no writes: it may tell of them
+        server.kill();
+        server.start({"rename-command CONFIG nothing", "notify-keyspace-events KA", line});
+        EXPECT_EQ(start(server.address()), "");
+    }
 }
 
 TEST(RedisStart, WaitsWhileTheServerLoadsItsData)

@@ -111,14 +111,32 @@ void RedisStore::links_ready(bool subscriber)
         drop(error);
 }
 
+// Why the server does not let us in; empty when it does.
+const std::string& RedisStore::refusal() const
+{
+    return pipeline_.refusal().empty() ? subscriber_.refusal() : pipeline_.refusal();
+}
+
 // Everything is in the loop's time here: the server may need long for its first answers.
 void RedisStore::continue_connecting()
 {
     std::string error;
-    if (handshake_done(error))
+    if (handshake_done(error)) {
         become_usable();
-    else if (!error.empty())
+    } else if (!error.empty()) {
+        if (!refusal().empty())
+            log_refusal(error);
         drop(error);
+    }
+}
+
+// Once for each reason: on the way back the loss has been logged, and not that it will last.
+void RedisStore::log_refusal(const std::string& error)
+{
+    if (error == last_refusal_)
+        return;
+    last_refusal_ = error;
+    qv_slog(3, "Shared database %s: %s\n", access_.name.c_str(), error.c_str());
 }
 
 // False without `error`: not yet.
@@ -131,16 +149,16 @@ bool RedisStore::handshake_done(std::string& error)
         if (result == 0 && loop_ != nullptr &&
             loop_->remove(link->descriptor(), Condition::output) == 0)
             result = watch_link(*link, Condition::input);
-        if (result == 0)
-            result = link->flush();
-        if (result == 0)
-            result = link == pipeline_.link() ? pipeline_.take() : subscriber_.take(none);
         if (result == -EINPROGRESS)
             return false;
-        const std::string& refusal =
-            link == pipeline_.link() ? pipeline_.refusal() : subscriber_.refusal();
-        if (result != 0 || !refusal.empty()) {
-            error = refusal.empty() ? std::strerror(-result) : "it refuses us: " + refusal;
+        if (result == 0)
+            result = link->flush();
+        if (result == 0 || result == -EPIPE || result == -ECONNRESET) { // it may have said why
+            const int taken = link == pipeline_.link() ? pipeline_.take() : subscriber_.take(none);
+            result = result == 0 ? taken : result;
+        }
+        if (result != 0 || !refusal().empty()) {
+            error = refusal().empty() ? std::strerror(-result) : "it refuses us: " + refusal();
             return false;
         }
     }
@@ -152,10 +170,8 @@ void RedisStore::become_usable()
     state_ = State::subscribed;
     std::string error;
     const Verdict verdict = check_server(error);
-    if (verdict == Verdict::refused && error != last_refusal_) {
-        last_refusal_ = error;
-        qv_slog(3, "Shared database %s: %s\n", access_.name.c_str(), error.c_str());
-    }
+    if (verdict == Verdict::refused)
+        log_refusal(error);
     if (verdict != Verdict::good) {
         drop(error);
         return;

@@ -114,8 +114,12 @@ int RedisLink::flush()
     if (!unsent())
         return 0;
     int done = 0;
-    if (redisBufferWrite(context_.get(), &done) != REDIS_OK)
-        return failure();
+    if (redisBufferWrite(context_.get(), &done) != REDIS_OK) {
+        const int error = failure();
+        if (error == -EPIPE || error == -ECONNRESET)
+            context_->err = 0; // what it said before it hung up can still be received
+        return error;
+    }
     return done != 0 || sdslen(context_->obuf) <= most_unsent ? 0 : -EMSGSIZE;
 }
 

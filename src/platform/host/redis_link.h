@@ -49,7 +49,8 @@ public:
     }
 
     // Sends what the kernel takes now. 0, also when something is left; -EMSGSIZE when so much is
-    // left that nobody can be reading.
+    // left that nobody can be reading. After -EPIPE or -ECONNRESET there may be last words to be
+    // received.
     int flush();
     bool unsent() const;
 

@@ -67,7 +67,8 @@ RedisStore::Verdict RedisStore::check_events(bool& returned, std::string& refuse
 }
 
 // Adds the events that are needed to those that others have asked for.
-RedisStore::Verdict RedisStore::ask_for_events(std::uint64_t deadline_us, std::string& error)
+RedisStore::Verdict RedisStore::ask_for_events(bool takes_no_writes, std::uint64_t deadline_us,
+                                               std::string& error)
 {
     constexpr std::string_view setting = "notify-keyspace-events";
     std::vector<Reply> replies;
@@ -87,7 +88,8 @@ RedisStore::Verdict RedisStore::ask_for_events(std::uint64_t deadline_us, std::s
         error = failure_text(result);
         return Verdict::loading;
     }
-    if (!is_error(*replies[0]))
+    // One that takes no writes now has none to tell of; it may well do so.
+    if (!is_error(*replies[0]) || takes_no_writes)
         return Verdict::good;
     error = "it does not tell of changes, and refuses to (" + quoted(*replies[0]) + "): " + advice;
     return Verdict::refused;
@@ -100,7 +102,7 @@ RedisStore::Verdict RedisStore::check_server(std::string& error)
     std::string refused_write;
     Verdict verdict = check_events(returned, refused_write, deadline, error);
     if (verdict == Verdict::good && !returned) {
-        verdict = ask_for_events(deadline, error);
+        verdict = ask_for_events(!refused_write.empty(), deadline, error);
         if (verdict != Verdict::good)
             return verdict;
         verdict = check_events(returned, refused_write, deadline, error);
@@ -150,7 +152,7 @@ RedisStore::Verdict RedisStore::try_start(std::string& error)
     for (std::size_t i = 0; i < access_.endpoints.size(); ++i) {
         error.clear();
         if (!open_links(error) || !await_handshake(error)) {
-            if (!pipeline_.refusal().empty() || !subscriber_.refusal().empty())
+            if (!refusal().empty())
                 break; // by a server: the one that is meant
             continue;
         }

@@ -71,6 +71,8 @@ private:
     void unwatch_links();
     void continue_connecting();
     bool handshake_done(std::string& error);
+    const std::string& refusal() const;
+    void log_refusal(const std::string& error);
     void become_usable();
     void become_live(std::size_t changes);
     void drop(const std::string& reason);
@@ -79,7 +81,7 @@ private:
     Verdict check_server(std::string& error);
     Verdict check_events(bool& returned, std::string& refused_write, std::uint64_t deadline_us,
                          std::string& error);
-    Verdict ask_for_events(std::uint64_t deadline_us, std::string& error);
+    Verdict ask_for_events(bool takes_no_writes, std::uint64_t deadline_us, std::string& error);
     Verdict try_start(std::string& error);
     bool await_handshake(std::string& error);
     int answers(std::vector<Reply>& replies, std::uint64_t deadline_us);
