@@ -113,6 +113,11 @@ TEST_F(RedisBreak, AServerThatRefusesTheWayBackSaysWhyOnce)
         EXPECT_NE(lines.find(std::string("\n3 Shared database X: ") + why), lines.npos) << lines;
         EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 3) << lines;
     }
+    server.ask("CONFIG SET replica-serve-stale-data no");
+    server.ask("REPLICAOF 127.0.0.1 1");
+    store().compare();
+    EXPECT_TRUE(run_until(host::RedisStore::State::down));
+    EXPECT_TRUE(log().starts_with("3 Shared database X is lost: it answers MASTERDOWN Link"));
 }
 
 TEST_F(RedisBreak, ARefusedWriteIsOneLineUntilOneIsTaken)

@@ -43,7 +43,7 @@ int Comparison::list_some(std::uint64_t deadline_us)
         return error;
     const redisReply& reply = *replies.front();
     if (reply.type != REDIS_REPLY_ARRAY || reply.elements != 2)
-        return -EAGAIN; // it is loading its data, or refuses
+        return -EACCES; // it is loading its data, or refuses
     cursor_ = text_of(*reply.element[0]);
     const redisReply& names = *reply.element[1];
     for (std::size_t i = 0; i < names.elements && keys_.size() < most_keys; ++i) {

@@ -199,6 +199,7 @@ void RedisStore::drop(int error)
     drop(error == -ETIMEDOUT                       ? "it does not answer"
          : error == -ECONNRESET || error == -EPIPE ? "it has closed the connection"
          : !subscriber_.refusal().empty()          ? subscriber_.refusal()
+         : error == -EACCES                        ? "it answers " + pipeline_.last_error()
                                                    : std::strerror(-error));
 }
 

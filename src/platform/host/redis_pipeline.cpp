@@ -100,6 +100,8 @@ int RedisPipeline::handle_replies(std::vector<Reply>* replies)
             return -EPROTO; // an answer to nothing
         const Sent sent = std::move(sent_.front());
         sent_.pop_front();
+        if (is_error(*reply))
+            last_error_ = text_of(*reply);
         if (sent.kind == Kind::question) {
             --questions_;
             if (replies == nullptr)

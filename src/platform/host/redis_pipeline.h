@@ -56,6 +56,9 @@ public:
     bool outstanding() const { return !sent_.empty(); }
     std::uint64_t oldest_us() const { return sent_.front().time_us; } // when it was appended
 
+    // The last answer that was an error, in the server's words.
+    const std::string& last_error() const { return last_error_; }
+
     // Why the server refused us at the opening; empty when it did not.
     const std::string& refusal() const { return refusal_; }
 
@@ -81,6 +84,7 @@ private:
     std::size_t questions_ = 0; // not yet answered
     std::string queue_error_;   // of a command inside the group that is being answered
     std::string refusal_;
+    std::string last_error_;
 };
 
 } // namespace host
