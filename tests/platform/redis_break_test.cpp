@@ -20,10 +20,11 @@ TEST_F(RedisBreak, AStoppedServerCostsOneDeadlineAndOneLine)
     for (int i = 0; i < 10000; ++i)
         ASSERT_EQ(read("a") + config_write_int("c", 1), 2 * -ENOTCONN);
     EXPECT_EQ(cbus_send_signal(bus, "s", "x", 1), -ENOTCONN);
-    EXPECT_NEAR(static_cast<double>(one), 250, 30);
-    EXPECT_LT(host::clock::now_ms() - begin, 600U);
+    EXPECT_GE(one, 249U);
+    EXPECT_LT(one, 2 * 250U);
+    EXPECT_LT(host::clock::now_ms() - begin, 2000U) << "at once, on a busy machine too";
     run_for(1500); // reconnects are accepted by the kernel, and nobody answers
-    EXPECT_LT(host::instance().loop->statistics().longest_callback_us, 300'000U);
+    EXPECT_LT(host::instance().loop->statistics().longest_callback_us, 2 * 250'000U);
     server.go_on();
     server.ask("SET a 3");
     EXPECT_TRUE(run_until(host::RedisStore::State::live));
@@ -39,7 +40,7 @@ TEST_F(RedisBreak, AStoppedServerIsNoticedByItsSilenceToo)
     server.stop();
     config_write_int("a", 1); // nobody waits for its answer
     EXPECT_TRUE(run_until(host::RedisStore::State::down));
-    EXPECT_LT(host::instance().loop->statistics().longest_callback_us, 50'000U);
+    EXPECT_LT(host::instance().loop->statistics().longest_callback_us, 200'000U) << "nobody waits";
     server.go_on();
     EXPECT_TRUE(run_until(host::RedisStore::State::live));
     EXPECT_EQ(server.ask("GET a"), "1");
