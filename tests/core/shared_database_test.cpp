@@ -37,6 +37,8 @@ protected:
     SharedDatabase& operator=(const SharedDatabase&) = delete;
     ~SharedDatabase() override
     {
+        if (process_ <= 0)
+            return;
         kill(process_, SIGTERM);
         int status = -1;
         waitpid(process_, &status, 0);

@@ -92,7 +92,7 @@ TEST_P(RedisFlood, EndsWithTheRightState)
             values[record.key] = *static_cast<const std::int32_t*>(record.data);
     };
     config_change_register("t", note, nullptr);
-    run_for(30);
+    told();
     constexpr int writes = 100000;
     for (int i = 0; i < writes; ++i)
         redisAppendCommand(server.peer(), "SET t.%d %d", i % 100, i);
@@ -124,19 +124,19 @@ TEST_F(RedisChanges, WritesNothingOverOthers)
     config_write_int("shared.status", 1);
     config_write_int("in.reading", 20); // where nobody had told one yet
     follow("in");
-    run_for(20);
+    told();
     server.stop();
     EXPECT_EQ(read("a"), -ETIMEDOUT);
     EXPECT_EQ(config_write_int("shared.status", 2), -ENOTCONN);
     server.go_on();
     EXPECT_TRUE(run_until(host::RedisStore::State::live));
-    run_for(20);
+    told();
     EXPECT_EQ(server.ask("GET shared.status"), "2");
     store().compare();
-    run_for(20);
+    told();
     server.ask("SET shared.status 3");
     store().compare();
-    run_for(20);
+    told();
     server.ask("SAVE");
     server.kill();
     server.start();

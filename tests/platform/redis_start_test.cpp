@@ -146,6 +146,7 @@ TEST(RedisLinkTest, ADrippingServerCostsOneDeadline)
     endpoint.size = sizeof endpoint.address;
     getsockname(listening.get(), reinterpret_cast<sockaddr*>(&endpoint.address), &endpoint.size);
     const pid_t server = drip(listening.get());
+    ASSERT_GT(server, 0);
     int error = 0;
     host::CallBudget budget;
     budget.renew(); // the loop runs

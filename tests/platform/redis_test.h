@@ -28,6 +28,11 @@ protected:
         });
         bus = cbus_conn_create(fdloop_init(), "test");
         config_init_cbus(bus, 0);
+        const auto marked = [](unsigned int, const config_data_t* records, void* user) {
+            if (records->data != nullptr)
+                *static_cast<int*>(user) = *static_cast<const std::int32_t*>(records->data);
+        };
+        config_change_register("test.marker", marked, &marker_told);
     }
 
     static host::RedisStore& store()
@@ -77,11 +82,20 @@ protected:
         };
         EXPECT_EQ(config_change_register(key, told, &story), 0);
     }
-    // What has been told when nothing more comes.
+    // What has been told when everything is done: more than once the loop has seen a write of its
+    // own come back, which is behind all that the server was asked before.
     std::string told()
     {
-        run_for(60);
+        for (int i = 0; i < 3; ++i) {
+            config_write_int("test.marker", ++marker);
+            EXPECT_TRUE(run_until([this] { return marker_told == marker; }));
+        }
+        run_for(20);
         return std::exchange(story, {});
+    }
+    bool comes_to(const char* key, int value)
+    {
+        return run_until([&] { return server.ask("GET %s", key) == std::to_string(value); });
     }
     static int read(const char* key)
     {
@@ -100,8 +114,11 @@ protected:
         return text;
     }
 
+public: // for callbacks
     RedisServer server;
     static inline std::string log_lines;
     std::string story;
+    int marker = 0;
+    int marker_told = 0;
     _cbus_conn_t* bus = nullptr;
 };

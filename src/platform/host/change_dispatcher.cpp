@@ -128,7 +128,9 @@ void ChangeDispatcher::deliver(Batch& batch)
             if (registration.callback == callback && registration.user == user)
                 registration.delivered = batch.number;
         }
+        calling_ = true;
         callback(static_cast<unsigned int>(records_.size()), records_.data(), user);
+        calling_ = false;
     }
 }
 

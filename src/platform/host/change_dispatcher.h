@@ -28,6 +28,12 @@ public:
     // Queues what was written together, to be delivered in one call.
     void queue(std::span<const Write> writes);
 
+    // The records of the call that goes on; none outside of one.
+    std::span<const config_data_t> calling() const
+    {
+        return calling_ ? records_ : std::span<const config_data_t>();
+    }
+
     bool pending() const override { return !batches_.empty(); }
     void run() override;
 
@@ -60,6 +66,7 @@ private:
     std::vector<config_data_t> records_; // of the call being made; kept for its memory
     std::uint64_t batch_number_ = 0;
     bool delivering_ = false; // registrations must not be erased now
+    bool calling_ = false;
 };
 
 } // namespace host

@@ -186,6 +186,13 @@ std::size_t ChangeFeed::last_seen(const std::string& key) const
     return found == seen_.end() ? 0 : found->second;
 }
 
+void ChangeFeed::doubt(const std::string& key)
+{
+    constexpr std::size_t no_hash = 2; // they are odd, or 0
+    if (seen_.size() < most_seen || seen_.contains(key))
+        seen_[key] = no_hash;
+}
+
 void ChangeFeed::set_seen(const std::string& key, const SeenValue& value)
 {
     if (!value)

@@ -68,6 +68,10 @@ public:
     std::size_t last_seen(const std::string& key) const;
     static std::size_t hash(const SeenValue& value);
     void set_seen(const std::string& key, const SeenValue& value);
+
+    // Whatever is in the key now is a change for the next comparison.
+    void doubt(const std::string& key);
+
     const std::unordered_map<std::string, std::size_t>& seen() const { return seen_; }
 
 private:

@@ -43,6 +43,15 @@ int RedisStore::ready() const
     return budget_.spent() ? -ETIMEDOUT : 0;
 }
 
+// A callback that was told of a change, and cannot read what it needs for it, has missed it: it is
+// told again after the next comparison.
+int RedisStore::failed_read(int error)
+{
+    for (const config_data_t& record : changes_.calling())
+        feed_.doubt(record.key);
+    return error;
+}
+
 int RedisStore::answers(std::vector<Reply>& replies, std::uint64_t deadline_us)
 {
     const int error = pipeline_.answers(replies, deadline_us);
@@ -54,7 +63,7 @@ int RedisStore::answers(std::vector<Reply>& replies, std::uint64_t deadline_us)
 int RedisStore::read(std::string_view key, std::string_view& value)
 {
     if (const int error = ready(); error != 0)
-        return error;
+        return failed_read(error);
     ReadAhead::Answer answer;
     if (const ReadAhead::Answer* const known = read_ahead_.read(key); known != nullptr) {
         answer = *known;
@@ -62,8 +71,10 @@ int RedisStore::read(std::string_view key, std::string_view& value)
         std::vector<Reply> replies;
         ask_value(pipeline_, key);
         if (const int error = answers(replies, budget_.deadline()); error != 0)
-            return error;
+            return failed_read(error);
         answer = value_answer(*replies[0], *replies[1]);
+        if (answer.result == -EIO)
+            failed_read(answer.result);
     }
     if (answer.result != 0)
         return answer.result;

@@ -100,6 +100,7 @@ private:
 
     bool usable() const { return state_ == State::snapshot || state_ == State::live; }
     int ready() const;
+    int failed_read(int error);
     void remember(std::span<const Write> writes, bool sent, bool silent);
 
     Access access_;
