@@ -42,19 +42,21 @@ PinPath pin_path(const char* pin, const char* file)
     return path;
 }
 
-// Watches the over-current line from now on. Without its value file USB stays on unwatched, and
-// the next USB on tries again.
+struct OverCurrentWatch {
+    UsbFaultHandler handler;
+    InterruptFile line{over_current_gpio, &handler};
+};
+
+// Watches the over-current line from now on, unless there is a handler already. Without the
+// line's value file USB stays on unwatched, and the next USB on tries again.
 void watch_over_current()
 {
-    // Lives as long as the process, like its handler: the loop calls them until its end.
-    static InterruptFile* over_current_line = nullptr;
     static bool reported = false;
-    if (over_current_line != nullptr)
+    if (usb_fault_handler != nullptr)
         return;
-    auto handler = std::make_unique<UsbFaultHandler>();
-    auto line = std::make_unique<InterruptFile>(over_current_gpio, handler.get());
+    auto watch = std::make_unique<OverCurrentWatch>();
     try {
-        line->initialize(main_fdloop);
+        watch->line.initialize(main_fdloop);
     } catch (const std::exception& failure) {
         if (!reported)
             qv_slog(3, "USB over-current on GPIO %u is not watched: %s\n", over_current_gpio,
@@ -63,8 +65,8 @@ void watch_over_current()
         return;
     }
     reported = false;
-    over_current_line = line.release();
-    usb_fault_handler = handler.release();
+    // Lives as long as the process: the loop calls both until its end.
+    usb_fault_handler = &watch.release()->handler;
 }
 
 } // namespace

@@ -92,6 +92,18 @@ TEST_F(UsbFault, CyclesThePowerUntilAQuietSecond)
 )");
 }
 
+TEST_F(UsbFault, LineWithAHandlerIsNotWatchedAgain)
+{
+    terminal.write(key::usb_enabled, 0);
+    start();
+    story();
+    UsbFaultHandler other;
+    usb_fault_handler = &other;
+    pwr_mgr_usb_power(1, 0);
+    usb_fault_handler = nullptr;
+    EXPECT_EQ(story(), "0 ms: pin 80 low\n");
+}
+
 TEST_F(UsbFault, LineThatIsMissingLeavesUsbOn)
 {
     // The line's directory is there, its value file is not.
