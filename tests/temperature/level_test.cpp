@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "temperature/temp_level.h"
 
+#include <algorithm>
 #include <climits>
 #include <map>
 #include <sstream>
@@ -75,7 +76,7 @@ const char* const amplifier_states =
 // Both boundaries of every interval, and jumps. A three-interval sensor has 3 beyond its last.
 const Sensor sensors[] = {
     {power_man::battery, 2, R"(0: -300>0 | -20>0 | -19>1
-1: -26>0 | -25>1 | 65>1 | 66>2 +USB_EXT +LIMIT_BACKGROUND
+1: -300>0 | -26>0 | -25>1 | 65>1 | 66>2 +USB_EXT +LIMIT_BACKGROUND
 2: 59>1 -USB_EXT -LIMIT_BACKGROUND | 60>2 | 69>2 | 70>3 +CLOSE_CONNECTIONS
 3: 64>2 -CLOSE_CONNECTIONS | 65>3 | 72>3 | 73>4 +CLOSE_TERMINAL reboot
 4: 69>3 | 70>4 | 1000>4 | 64>2 -CLOSE_CONNECTIONS
@@ -160,6 +161,10 @@ log 4 HPA: unknown temperature state -1 is ignored
 log 4 HPA: unknown temperature state -2147483648 is ignored
 log 4 HPA: unknown temperature state 2147483647 is ignored
 )");
+    story.clear();
+    for (int alarm = 8; alarm < 40; ++alarm)
+        story += terminal.write(key::hpa_temperature_state, alarm);
+    EXPECT_EQ(std::count(story.begin(), story.end(), '\n'), 12) << "16 are remembered";
     // An unknown supply.
     terminal.write_text(key::external_supply, "mains");
     temp_action(power_man::radio_module, 0, 90);

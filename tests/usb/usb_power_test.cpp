@@ -74,8 +74,8 @@ TEST(PinFiles, AreNeededOneByOne)
     EXPECT_EQ(gpio_pin_present("53"), 1);
     EXPECT_EQ(gpio_exp_pin("53", "high"), 0);
     fs::remove(terminal.path("/sys/class/gpio/gpio53/direction"));
-    EXPECT_LT(gpio_exp_pin("53", "low"), 1);
-    EXPECT_LT(gpio_exp_pin("99", "low"), 1); // a pin of no chip
+    EXPECT_EQ(gpio_exp_pin("53", "low"), -1);
+    EXPECT_EQ(gpio_exp_pin("99", "low"), -1); // a pin of no chip
     EXPECT_EQ(gpio_pin_present("99"), 0);
     // A board without sysfs GPIO.
     terminal.put("/sys/class/gpio/gpio53/direction", "in");
