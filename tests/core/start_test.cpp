@@ -62,13 +62,12 @@ TEST_P(Start, HasItsOrder)
                           "signal event_handler.registerEventDefinition 1 definitions "
                           "psumcu.events.subscribe.external_supply.pwr_mgr=1 ") +
                   GetParam().story);
+    terminal.run(30000);
     std::string messages;
     std::array<char, 256> text;
-    for (ssize_t length = 0; !messages.ends_with("READY=1 "); messages += " ") {
-        length = recv(supervisor.get(), text.data(), text.size(), MSG_DONTWAIT);
-        ASSERT_GT(length, 0) << messages;
-        messages.append(text.data(), static_cast<std::size_t>(length));
-    }
+    ssize_t length = 0;
+    while ((length = recv(supervisor.get(), text.data(), text.size(), MSG_DONTWAIT)) > 0)
+        messages.append(text.data(), static_cast<std::size_t>(length)).append(" ");
     EXPECT_EQ(messages, GetParam().supervision);
 }
 
@@ -81,7 +80,7 @@ const Model models[] = {
     {"qv1608B",
      "+LIMIT_BACKGROUND +CLOSE_CONNECTIONS 80=low 81=in usb.enabled=1 "
      "usb.extended_host_interface=1 isdn.enabled=1 usb.extended_host_interface=1",
-     "WATCHDOG_USEC=60000000 READY=1 "},
+     "WATCHDOG_USEC=60000000 READY=1 WATCHDOG=1 "},
 };
 INSTANTIATE_TEST_SUITE_P(Models, Start, testing::ValuesIn(models), model_name<Model>);
 
