@@ -187,6 +187,7 @@ TEST_F(Loop, RefusesWhatItCannotWatch)
 TEST_F(Loop, TimersFireInOrderOfDueTimeThenOfAdding)
 {
     timer(30, "30");
+    const int lengthened = timer(0, "15-lengthened"); // the first to fire, until then
     const int restarted = timer(10, "10-restarted");
     timer(10, "10-second");
     timer(0, "0");
@@ -194,8 +195,9 @@ TEST_F(Loop, TimersFireInOrderOfDueTimeThenOfAdding)
     timer(20, "20");
     EXPECT_EQ(fdloop_timer_set_interval(restarted, 10), 0);
     EXPECT_EQ(fdloop_timer_set_interval(shortened, 20), 0);
+    EXPECT_EQ(fdloop_timer_set_interval(lengthened, 15), 0);
     EXPECT_EQ(run(9), "0 ");
-    EXPECT_EQ(run(20), "10-second 10-restarted 20 20-shortened ");
+    EXPECT_EQ(run(20), "10-second 10-restarted 15-lengthened 20 20-shortened ");
     EXPECT_EQ(run(1), "30 ");
     for (const int id : {restarted, 0, -1, INT_MAX})
         EXPECT_EQ(fdloop_timer_set_interval(id, 1), -ENOENT) << id;
