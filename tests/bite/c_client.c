@@ -24,13 +24,15 @@ void c_open(void** handles, _cbus_conn_t* bus, int* ready_calls)
     bite_registerPastReadyCB(handles[1], past_ready);
 }
 
-/* Returns the PAST callback's context. */
+/* Returns the PAST callback's context, null when it was not called since the last time. */
 void* c_close(void** handles)
 {
+    void* const context = past_context;
+    past_context = 0;
     bite_postApiClose(handles[0]);
     bite_pastApiClose(handles[1]);
     bite_eventApiClose(handles[2]);
-    return past_context;
+    return context;
 }
 
 /* Calls each reporting function once; the questions' and orders' results as one number: one

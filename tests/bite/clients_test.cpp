@@ -194,8 +194,11 @@ log 5 PAST not allowed ID: Module=4, Module ID=1, Test ID=1. Not Enabled, Config
         put(key, "1");
     EXPECT_EQ(11100011, c_report(handles, 1141899265, 1));
     EXPECT_EQ(handles[1], c_close(handles));
-    put("ram.post.hnd.ready", "1"); // nobody is there any more
+    for (const char* const key : {"ram.post.hnd.ready", "ram.past.hnd.ready"})
+        put(key, "1"); // nobody is there any more
     EXPECT_EQ(1, calls);
+    void* none[3] = {};
+    EXPECT_EQ(nullptr, c_close(none));
 }
 
 TEST_F(BiteClients, CFunctionsRefuseWithoutAHandleOrAnIdentifier)

@@ -97,9 +97,11 @@ TYPED_TEST(SelfTestRecords, FollowATestFromItsResetToItsResult)
 {
     auto& record = this->self_test;
     EXPECT_EQ("0 0 0 -1 0 0 0 ", fields(record));
-    this->put(this->prefix + "1141899265.cnt", "6");
+    for (const char* const leaf : {"cnt", "result", "info", "timestamp", "exetime"})
+        this->put(this->prefix + "1141899265." + leaf, leaf[0] == 'c' ? "6" : "5");
     EXPECT_EQ(0, record.init(1141899265));
     EXPECT_EQ(0, record.setDefault(true));
+    EXPECT_EQ("1 6 0 3 0 0 0 ", fields(record));
     EXPECT_EQ("[enable=1 state=0 result=0 severity=3 cnt=6 info=0 timestamp=0 exetime=0]",
               this->deliveries());
     host::clock::wait_ms(1000);
@@ -201,6 +203,7 @@ TEST_F(BiteRecords, CmRecordsFollowTheirReports)
               "[state=1 cnt=2 severity=-1 timestamp=" +
                   now + "][state=0 severity=-1 cnt=0 info=0 timestamp=0]",
               deliveries());
+    record.writeCmResult(2282749957, CBite::EV_ON);
     record.writeCmInfo(2282749957, 4);
     record.clrEventRec();
     EXPECT_EQ("0 0 -1 0 0 ", fields(record));
