@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "gpio/gpio.h"
 
+#include <sys/stat.h>
+
 #include <stdexcept>
 
 #include "base/terminal.h"
@@ -150,6 +152,16 @@ TEST_F(GpioFiles, OfAnInterruptFileWithoutHandlerOrValue)
     EXPECT_EQ(story_of(open),
               "log 3 InterruptFile: attempting to initialize while already initialized.");
     line.uninitialize();
+    // A change that is not read away wakes the loop for ever. A pipe tells of each reading.
+    ASSERT_EQ(mkfifo(terminal.path(value_file).c_str(), 0600), 0);
+    EXPECT_EQ(story_of([&] {
+                  open();
+                  InterruptFile::fdloopCallback(line.getFd(), &line);
+                  line.uninitialize();
+                  fs::remove(terminal.path(value_file));
+              }),
+              "log 3 pread error: Illegal seek "
+              "log 3 pread error: Illegal seek");
     for (const char* const file : {"/value", "/direction", "/edge"})
         terminal.put(directory + file, "0");
     EXPECT_EQ(story_of(open), "81=in edge 81 falling");
