@@ -1,15 +1,21 @@
 # SPDX-License-Identifier: MIT
 # `cmake --install`, and the Debian package (`cpack` in the build folder).
 if(CMAKE_INSTALL_PREFIX_INITIALIZED_TO_DEFAULT)
-    set(CMAKE_INSTALL_PREFIX /usr CACHE PATH "Where to install" FORCE) # its settings: /etc
+    set(CMAKE_INSTALL_PREFIX /usr CACHE PATH "Where to install" FORCE)
 endif()
 include(GNUInstallDirs)
 
 install(TARGETS power_man DESTINATION ${CMAKE_INSTALL_SBINDIR})
 install(FILES packaging/power_man.service DESTINATION lib/systemd/system)
 install(FILES packaging/power_man.8 DESTINATION ${CMAKE_INSTALL_MANDIR}/man8)
-install(FILES packaging/power_man.default DESTINATION ${CMAKE_INSTALL_FULL_SYSCONFDIR}/default
-    RENAME power_man)
+# The service reads its settings in /etc. Below another prefix nothing is written outside it.
+configure_file(packaging/power_man.default default/power_man COPYONLY)
+install(CODE "
+    set(settings \${CMAKE_INSTALL_PREFIX}/etc)
+    if(CMAKE_INSTALL_PREFIX STREQUAL \"/usr\")
+        set(settings /etc)
+    endif()
+    file(INSTALL \"${CMAKE_CURRENT_BINARY_DIR}/default/power_man\" DESTINATION \"\${settings}/default\")")
 install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} RENAME copyright)
 
 # The bill of materials names what the program is linked with, in the versions found here.
