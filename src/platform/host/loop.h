@@ -92,10 +92,12 @@ private:
 
     _fdloop_t(host::Descriptor epoll) : epoll_(std::move(epoll)) {}
 
+    // What is watched: loop_watches.cpp.
     int watch_plain_file(int fd, Watch& watch);
     std::uint32_t next_generation();
     void forget(int fd);
     void rebuild_epoll();
+
     int wait_time() const;
     bool turn(int timeout_ms); // false: nothing was ready
     void run_descriptor(int fd, std::uint32_t generation);
@@ -107,6 +109,7 @@ private:
     int timed(Callback&& callback);
 
     static constexpr int events_per_turn = 32;
+    static constexpr std::uint32_t edges_generation = 0; // of the plain files' notifier alone
 
     host::Descriptor epoll_;
     std::vector<Watch> watches_; // index: descriptor
