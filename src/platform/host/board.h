@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: MIT
 // A board that is made of plain files: what the kernel does when a device file is written.
 //
-//   /sys/class/gpio/export     makes the line's directory "gpioN" with direction "in"; the number
-//                              must belong to one of the "gpiochipB" directories (files "base"
-//                              and "ngpio")
+//   /sys/class/gpio/export     makes the line's directory "gpioN" with direction "in" and its
+//                              wire's level, see board_wires.h; the number must belong to one of
+//                              the "gpiochipB" directories (files "base" and "ngpio")
 //   /sys/class/gpio/unexport   removes it
 //   gpioN/direction            in, out (low), low, high; reads "in" or "out"; a line that becomes
-//   an
-//                              input has the level of "lines" again, see below
+//                              an input has its wire's level again
 //   gpioN/value                an output's level, 0 or 1; an input's belongs to the outside: any
 //                              program that writes the file plays the part of the wire
 //   gpioN/edge                 none, rising, falling, both; an output takes "none" alone
@@ -21,9 +20,6 @@
 // What a file cannot be, and the kernel's files are: a pulse that is over before the loop looks is
 // lost, where the kernel keeps the edge; and a value file that was never read does not wake the
 // loop at once.
-//
-// The level that a line has when it is exported is 0, unless the file "lines" in the board's root
-// says otherwise: rows "NUMBER LEVEL" with level 0 or 1; '#' begins a comment.
 //
 // No file is ever empty while its content changes.
 #pragma once
