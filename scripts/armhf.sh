@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: MIT
 # Debian's packages for 32-bit ARM, without a word to this machine's package manager: apt works in
-# a cache of its own, where that architecture is the only one. To be sourced with bash.
+# a cache of its own, where that architecture is the only one, with this machine's mirror. To be
+# sourced with bash, after common.sh.
 #
 #   armhf_packages PACKAGE...   unpacks the packages below $armhf_root; for a kernel without a
 #                               version in its name, the present one
@@ -9,12 +10,15 @@ armhf_cache=${XDG_CACHE_HOME:-$HOME/.cache}/power_man-armhf
 armhf_root=$armhf_cache/root
 
 armhf_apt() {
-    local suite
+    local suite mirror
     suite=$(. /etc/os-release && echo "$VERSION_CODENAME")
+    mirror=$(apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' \
+        'Origin: Debian' "Codename: $suite" 'Component: main' | sed -n 1p)
+    [ -n "$mirror" ] || die "apt knows no Debian '$suite' yet: apt-get update"
     mkdir -p "$armhf_cache"/{archives,lists/partial,archives/partial}
     : >"$armhf_cache/status"
     echo "deb [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg]" \
-        "http://deb.debian.org/debian $suite main" >"$armhf_cache/sources.list"
+        "$mirror $suite main" >"$armhf_cache/sources.list"
     cat >"$armhf_cache/apt.conf" <<CONF
 APT::Architecture "armhf";
 APT::Architectures { "armhf"; };
