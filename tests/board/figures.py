@@ -10,7 +10,7 @@ CHANGES = 1000
 BATCH = 5  # changes in one line of the console
 
 # Times the resident memory of the least that a program can be. Without shared libraries that one
-# carries only the few functions that it calls itself; see docs/target.md.
+# carries only the few functions that it calls itself; see docs/performance.md.
 MEMORY_KINDS = (("shared libraries", "-shared", 1.5), ("static", "", 1.75))
 
 # Times the processor time of as many writes of a key that nobody watches: an emulated processor is
