@@ -5,7 +5,8 @@
 // correctly but not shown so.
 //
 // Keys: left, right, home, end (also ^A, ^E), backspace, delete, ^K, ^U, ^W, up and down for
-// the history, Tab. ^C drops the line; ^D on an empty line asks for the end.
+// the history, Tab. ^C drops the line; ^D asks for the end on an empty line and
+// deletes on any other.
 #pragma once
 
 #include <cstddef>
