@@ -140,6 +140,18 @@ void print(const char* name, const Samples& samples, const Scale& scale, int rea
                 percentile(samples, 0.99), median / scale.floor, reads, rest / scale.floor);
 }
 
+void print_all(const Samples& floor, const Samples& get, const Samples& pin, const Samples& signal,
+               const Samples& all)
+{
+    const Scale scale{percentile(floor, 0.5), percentile(get, 0.5)};
+    std::printf("%-42s %11s %11s %8s %6s %8s\n", "", "median", "99 %", "floors", "reads", "less");
+    print("floor: event, GET, write to a file", floor, scale, 0);
+    print("one GET", get, scale, 0);
+    print("40 to 71 degrees: first GPIO write", pin, scale, pin_reads);
+    print("76 to 81 degrees: signal to the PSU MCU", signal, scale, signal_reads);
+    print("40 to 90 degrees: that signal, after all", all, scale, pin_reads);
+}
+
 // Until the daemon has come so far, and rests.
 void await(redisContext* client, const char* key, const std::string& value)
 {
@@ -204,12 +216,6 @@ int main(int argc, char** argv)
     kill(floor_client, SIGKILL);
     waitpid(floor_client, nullptr, 0);
 
-    const Scale scale{percentile(floor, 0.5), percentile(get, 0.5)};
-    std::printf("%-42s %11s %11s %8s %6s %8s\n", "", "median", "99 %", "floors", "reads", "less");
-    print("floor: event, GET, write to a file", floor, scale, 0);
-    print("one GET", get, scale, 0);
-    print("40 to 71 degrees: first GPIO write", pin, scale, pin_reads);
-    print("76 to 81 degrees: signal to the PSU MCU", signal, scale, signal_reads);
-    print("40 to 90 degrees: that signal, after all", all, scale, pin_reads);
+    print_all(floor, get, pin, signal, all);
     return 0;
 }
