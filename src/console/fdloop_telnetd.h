@@ -43,5 +43,5 @@ int telnet_input_filter(char* data, int length);
 int fdloop_telnetd_accept(int listening, void* loop);
 int fdloop_telnetd_input(int fd, void* connection);
 
-// At exit.
+// Closes all connections and stops listening; at exit of its own accord.
 void fdloop_telnetd_close();

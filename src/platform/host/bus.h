@@ -22,8 +22,8 @@ public:
         std::uint64_t time_ms;
         std::array<char, name_length> name;
         std::array<char, payload_length> payload;
-        std::uint32_t length; // as sent
-        std::string_view kept() const;
+        std::uint32_t length;          // as sent
+        std::string_view kept() const; // of the payload
     };
 
     void add(std::string_view name, std::string_view payload);

@@ -16,6 +16,7 @@ namespace host {
 
 class ChangeDispatcher : public Deferred {
 public:
+    // As config_change_register() and config_change_deregister().
     int add(std::string_view key, config_change_callback callback, void* user);
     int remove(std::string_view key, config_change_callback callback, void* user);
 

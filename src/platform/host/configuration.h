@@ -18,6 +18,7 @@ int check_value(std::string_view value);
 // Writes together. 0 or a negative errno.
 int config_write(std::span<const Write> writes);
 
+// As Store::read() and Store::list(), once the database is connected (-ENOTCONN before).
 int config_read(std::string_view key, std::string_view& value);
 int config_list(std::string_view prefix, std::vector<std::string>& keys);
 

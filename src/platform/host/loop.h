@@ -49,6 +49,8 @@ public:
     // Null when the kernel refuses a descriptor; errno says why.
     static std::unique_ptr<_fdloop_t> create();
 
+    // As the functions of ap/loop.h, for every condition; remove_timer() gives -ENOENT when the
+    // timer is not pending.
     int add(int fd, host::Condition condition, fdloop_fd_callback callback, void* user);
     int remove(int fd, host::Condition condition);
 
