@@ -15,7 +15,7 @@ MEMORY_KINDS = (("shared libraries", "-shared", 1.5), ("static", "", 1.75))
 
 # Times the processor time of as many writes of a key that nobody watches: an emulated processor is
 # as fast as the machine that emulates it has time.
-CHANGE_KINDS = (("within an interval", (40, 41), 2), ("each across a boundary", (40, 54), 12))
+CHANGE_KINDS = (("within an interval", (40, 41), 4), ("each across a boundary", (40, 54), 12))
 
 
 def memory(machine, pid):
