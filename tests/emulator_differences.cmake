@@ -5,3 +5,8 @@
 # When a program ends by a signal, the emulator adds a line of its own to standard error, which
 # must hold the program's lines alone.
 set_tests_properties(LogDeathTest.LinesReachStandardErrorByLevel PROPERTIES DISABLED TRUE)
+
+# The emulator stops a process on SIGTSTP even where the system would not, for want of somebody to
+# continue it.
+set_tests_properties(Signal/ProcessInForeground.LeavesTheTerminalAsItWas/20
+    PROPERTIES DISABLED TRUE)
