@@ -11,6 +11,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "ap/log.h"
 
@@ -51,6 +52,16 @@ bool get_ends(int fd, sockaddr_in& peer, sockaddr_in& own)
            peer.sin_family == AF_INET && own.sin_family == AF_INET;
 }
 
+// Anybody on the machine can knock, as often as they like.
+std::string last_refused;
+
+int refuse(const std::string& client)
+{
+    if (std::exchange(last_refused, client) != client)
+        qv_slog(4, "Console: a client %s is refused\n", client.c_str());
+    return -EACCES;
+}
+
 } // namespace
 
 std::optional<uid_t> find_owner(std::FILE* table, const sockaddr_in& peer, const sockaddr_in& own)
@@ -72,29 +83,26 @@ std::optional<uid_t> find_owner(std::FILE* table, const sockaddr_in& peer, const
     return std::nullopt;
 }
 
-bool peer_is_trusted(int fd)
+int check_peer(int fd)
 {
     sockaddr_in peer{};
     sockaddr_in own{};
-    if (!get_ends(fd, peer, own)) {
-        qv_slog(4, "Console: a client that is gone already is refused: %s\n", std::strerror(errno));
-        return false;
-    }
+    if (!get_ends(fd, peer, own))
+        return refuse("that is gone already");
     for (const char* const name : tables) {
         const std::unique_ptr<std::FILE, CloseFile> table(std::fopen(name, "re"));
         if (!table && (errno == EMFILE || errno == ENFILE))
-            return false; // whoever could not accept for the same reason says so
+            return -errno;
         const std::optional<uid_t> owner =
             table ? find_owner(table.get(), peer, own) : std::nullopt;
         if (!owner)
             continue;
-        if (*owner == 0 || *owner == geteuid())
-            return true;
-        qv_slog(4, "Console: a client of user %u is refused\n", static_cast<unsigned int>(*owner));
-        return false;
+        if (*owner != 0 && *owner != geteuid())
+            return refuse("of user " + std::to_string(*owner));
+        last_refused.clear();
+        return 0;
     }
-    qv_slog(4, "Console: a client without an owner in %s is refused\n", tables[0]);
-    return false;
+    return refuse(std::string("without an owner in ") + tables[0]);
 }
 
 } // namespace host

@@ -14,8 +14,9 @@ namespace host {
 // form of /proc/net/tcp or /proc/net/tcp6 says; empty when the table does not have it.
 std::optional<uid_t> find_owner(std::FILE* table, const sockaddr_in& peer, const sockaddr_in& own);
 
-// True when the other end of the connection `fd` belongs to root or to this process's user. One
-// log line says who was refused.
-bool peer_is_trusted(int fd);
+// 0 when the other end of the connection `fd` belongs to root or to this process's user. -EACCES
+// when not: one log line says who was refused, and is not repeated until somebody is let in.
+// -EMFILE or -ENFILE, not logged, when there was no descriptor left to look it up with.
+int check_peer(int fd);
 
 } // namespace host

@@ -67,5 +67,6 @@ int socket_create_server_client(int listening, void*)
     host::Descriptor client(accept4(listening, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
     if (!client)
         return -errno;
-    return host::peer_is_trusted(client.get()) ? client.release() : -EACCES;
+    const int error = host::check_peer(client.get());
+    return error == 0 ? client.release() : error;
 }
