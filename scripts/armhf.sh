@@ -9,12 +9,21 @@
 armhf_cache=${XDG_CACHE_HOME:-$HOME/.cache}/power_man-armhf
 armhf_root=$armhf_cache/root
 
+# mirror SUITE: where apt has that of Debian from; nothing before its first update.
+mirror() {
+    apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' \
+        'Origin: Debian' "Codename: $1" 'Component: main' | sed -n 1p
+}
+
 armhf_apt() {
     local suite mirror
     suite=$(. /etc/os-release && echo "$VERSION_CODENAME")
-    mirror=$(apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' \
-        'Origin: Debian' "Codename: $suite" 'Component: main' | sed -n 1p)
-    [ -n "$mirror" ] || die "apt knows no Debian '$suite' yet: apt-get update"
+    mirror=$(mirror "$suite")
+    if [ -z "$mirror" ]; then
+        as_root apt-get update -qq
+        mirror=$(mirror "$suite")
+    fi
+    [ -n "$mirror" ] || die "apt has no Debian '$suite' among its sources"
     mkdir -p "$armhf_cache"/{archives,lists/partial,archives/partial}
     : >"$armhf_cache/status"
     echo "deb [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg]" \

@@ -8,6 +8,15 @@ die() {
     exit 1
 }
 
+as_root() {
+    if [ "$(id -u)" -eq 0 ]; then
+        "$@"
+    else
+        command -v sudo >/dev/null || die "there is no sudo; run as root: $*"
+        sudo "$@"
+    fi
+}
+
 # need PACKAGE...: installs the Debian packages that are missing.
 need() {
     local package missing=()
@@ -16,14 +25,9 @@ need() {
             missing+=("$package")
     done
     [ ${#missing[@]} -eq 0 ] && return
-    local as_root=()
-    if [ "$(id -u)" -ne 0 ]; then
-        command -v sudo >/dev/null || die "as root: apt-get install ${missing[*]}"
-        as_root=(sudo)
-    fi
     say "Installing ${missing[*]}"
-    "${as_root[@]}" apt-get update -qq
-    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+    as_root apt-get update -qq
+    as_root env DEBIAN_FRONTEND=noninteractive \
         apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null ||
         die "apt-get could not install: ${missing[*]}"
 }
