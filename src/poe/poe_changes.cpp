@@ -29,13 +29,6 @@ bool byte_is_set(std::int32_t value)
     return (value & 0xff) != 0;
 }
 
-void read_flag(const char* key, bool& flag)
-{
-    std::int32_t value = 0;
-    if (config_read_int(key, &value) == 0)
-        flag = value != 0;
-}
-
 PwrMgrPoe& manager(void* user)
 {
     return *static_cast<PwrMgrPoe*>(user);
@@ -59,8 +52,7 @@ void PwrMgrPoe::registerConfigChanges()
 void PwrMgrPoe::applyInitialConfig()
 {
     qv_slog(7, "PwrMgrPoe::applyInitialConfig()");
-    read_flag(RAM_STATUS_LAN, lanEnabled);
-    read_flag(RAM_STATUS_PWR_MGR_LAN_POE, pwrControlled);
+    readStatus();
     if (configured()) {
         // All settings first: the supply of one port depends on those of the others.
         for (std::uint32_t port = 0; port < numPorts; ++port) {

@@ -13,6 +13,17 @@ std::string port_key(Number port, const char* leaf)
     return PwrMgrPoe::CFG_INTERFACES_LAN + std::to_string(port) + leaf;
 }
 
+// Takes the key's value, if it has one, into a flag of the mirror. True when that has changed it.
+template <typename Flag>
+bool take(const std::string& key, Flag&& flag)
+{
+    std::int32_t value = 0;
+    if (config_read_int(key.c_str(), &value) != 0 || (value != 0) == flag)
+        return false;
+    flag = value != 0;
+    return true;
+}
+
 } // namespace
 
 void PwrMgrPoe::init(_cbus_conn_t* connection)
@@ -69,21 +80,19 @@ void PwrMgrPoe::createConfigDefaults() const
     power_man::write_default(RAM_STATUS_PWR_MGR_LAN_POE, 0);
 }
 
+bool PwrMgrPoe::readStatus()
+{
+    const bool lan = take(RAM_STATUS_LAN, lanEnabled);
+    const bool held = take(RAM_STATUS_PWR_MGR_LAN_POE, pwrControlled);
+    return lan || held;
+}
+
 bool PwrMgrPoe::catchUp()
 {
-    bool changed = false;
-    const auto take = [&changed](const std::string& key, auto&& flag) {
-        std::int32_t value = 0;
-        if (config_read_int(key.c_str(), &value) != 0 || (value != 0) == flag)
-            return;
-        flag = value != 0;
-        changed = true;
-    };
-    take(RAM_STATUS_LAN, lanEnabled);
-    take(RAM_STATUS_PWR_MGR_LAN_POE, pwrControlled);
+    bool changed = readStatus();
     for (std::uint32_t port = 0; port < numPorts; ++port) {
-        take(port_key(port, POE_ENABLED), (*poeEnabled)[port]);
-        take(port_key(port, ENABLED), (*portEnabled)[port]);
+        changed |= take(port_key(port, POE_ENABLED), (*poeEnabled)[port]);
+        changed |= take(port_key(port, ENABLED), (*portEnabled)[port]);
     }
     return changed;
 }

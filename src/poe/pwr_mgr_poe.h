@@ -98,8 +98,9 @@ private:
     void applyThroughFpga(std::uint32_t port, bool wanted);
     void applyThroughPsuMcu(std::uint32_t port, bool wanted);
 
-    // Takes what is in the database now into the mirror; keys without a value leave it as it is.
-    // True when that has changed it.
+    // Take what is in the two status keys now, or in all keys, into the mirror; keys without a
+    // value leave it as it is. True when that has changed it.
+    bool readStatus();
     bool catchUp();
     void portSettingChanged(const char* key, std::int32_t value);
 

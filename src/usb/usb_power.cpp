@@ -64,7 +64,6 @@ void watch_over_current()
         reported = true;
         return;
     }
-    reported = false;
     // Lives as long as the process: the loop calls both until its end.
     usb_fault_handler = &watch.release()->handler;
 }
