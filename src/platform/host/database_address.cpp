@@ -6,9 +6,9 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
-#include <fstream>
 
 #include "host/integer.h"
+#include "host/text_file.h"
 
 namespace host {
 namespace {
@@ -110,20 +110,21 @@ std::vector<Endpoint> find_endpoints(const DatabaseAddress& address, std::string
 
 std::optional<std::string> read_password(const std::string& file, std::string& error)
 {
-    std::ifstream stream(file);
-    std::string line;
-    if (!stream || !std::getline(stream, line)) {
-        error = file + ": " + (stream.eof() ? "empty" : std::strerror(errno));
+    const std::optional<std::string> content = read_text(file);
+    std::string_view rest = content ? std::string_view(*content) : std::string_view();
+    std::optional<std::string_view> line = take_line(rest);
+    if (!line) {
+        error = file + ": " + (content ? "empty" : std::strerror(errno));
         return std::nullopt;
     }
-    if (line.ends_with('\r'))
-        line.pop_back();
-    if (line.empty() || line.size() > longest_password) {
+    if (line->ends_with('\r'))
+        line->remove_suffix(1);
+    if (line->empty() || line->size() > longest_password) {
         error = file + ": the first line is to be a password of at most " +
                 std::to_string(longest_password) + " characters";
         return std::nullopt;
     }
-    return line;
+    return std::string(*line);
 }
 
 } // namespace host
