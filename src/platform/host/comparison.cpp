@@ -9,12 +9,8 @@
 namespace host {
 namespace {
 
-constexpr std::string_view keys_listed_at_once = "1000";
 constexpr std::size_t keys_read_at_once = 256;
 constexpr std::size_t most_keys = 65536; // below the followed ones; the rest is not compared
-
-// Settings are their user's: an older value there is not ours to put right.
-constexpr std::string_view settings_prefix = "cfg";
 
 } // namespace
 
@@ -23,7 +19,7 @@ void Comparison::begin(bool reconnected, bool older_data)
     reconnected_ = reconnected || (running() && reconnected_);
     older_data_ = older_data || (running() && older_data_);
     phase_ = Phase::listing;
-    cursor_ = "0";
+    cursor_.assign(1, '0'); // the compiler takes = "0" for a wild copy
     keys_.clear();
     next_ = 0;
     candidates_.clear();
@@ -38,16 +34,14 @@ int Comparison::step(std::uint64_t deadline_us)
 int Comparison::list_some(std::uint64_t deadline_us)
 {
     std::vector<Reply> replies;
-    pipeline_.ask({"SCAN", cursor_, "COUNT", keys_listed_at_once});
+    ask_keys(pipeline_, cursor_);
     if (const int error = pipeline_.answers(replies, deadline_us); error != 0)
         return error;
-    const redisReply& reply = *replies.front();
-    if (reply.type != REDIS_REPLY_ARRAY || reply.elements != 2)
+    const redisReply* const names = take_keys(*replies.front(), cursor_);
+    if (names == nullptr)
         return -EACCES; // it is loading its data, or refuses
-    cursor_ = text_of(*reply.element[0]);
-    const redisReply& names = *reply.element[1];
-    for (std::size_t i = 0; i < names.elements && keys_.size() < most_keys; ++i) {
-        const std::string_view key = text_of(*names.element[i]);
+    for (std::size_t i = 0; i < names->elements && keys_.size() < most_keys; ++i) {
+        const std::string_view key = text_of(*names->element[i]);
         if (check_key(key) == 0 && subscriber_.coverage(key) != RedisSubscriber::Coverage::none)
             keys_.emplace_back(key);
     }
@@ -99,9 +93,9 @@ bool Comparison::is_lost(const std::string& key, const SeenValue& found)
     if (!found)
         return true;
     // What is followed is others' to tell: another value than the last seen one is theirs.
-    const bool theirs = key_is_below(key, settings_prefix) ||
-                        (subscriber_.coverage(key) != RedisSubscriber::Coverage::none &&
-                         ChangeFeed::hash(found) != feed_.last_seen(key));
+    const bool theirs =
+        is_setting(key) || (subscriber_.coverage(key) != RedisSubscriber::Coverage::none &&
+                            ChangeFeed::hash(found) != feed_.last_seen(key));
     if (!theirs && (own->second.uncertain || older_data_))
         return true;
     own_.give_up(key);

@@ -15,6 +15,11 @@ OwnWrites::Value copy_of(const Write& write)
 
 } // namespace
 
+bool is_setting(std::string_view key)
+{
+    return key_is_below(key, "cfg");
+}
+
 bool OwnWrites::note(std::uint64_t id, const Write& write, bool uncertain)
 {
     const auto found = last_.find(write.key);

@@ -13,6 +13,9 @@
 
 namespace host {
 
+// Settings are their user's: an older value of one is not ours to put right.
+bool is_setting(std::string_view key);
+
 class OwnWrites {
 public:
     using Value = std::optional<std::string>; // none: removed

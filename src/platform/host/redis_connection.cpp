@@ -187,7 +187,7 @@ void RedisStore::become_live(std::size_t changes)
     state_ = State::live;
     live_ms_ = clock::now_ms();
     for (const std::string& definitions : definitions_)
-        pipeline_.publish("event_handler.registerEventDefinition", definitions);
+        pipeline_.publish(definition_signal, definitions);
     qv_slog(5, "Shared database %s is back after %llu ms; %zu keys have changed\n",
             access_.name.c_str(), static_cast<unsigned long long>(live_ms_ - lost_ms_), changes);
     was_lost_ = false;
@@ -196,7 +196,7 @@ void RedisStore::become_live(std::size_t changes)
 
 void RedisStore::drop(int error)
 {
-    drop(error == -ETIMEDOUT                       ? "it does not answer"
+    drop(error == -ETIMEDOUT                       ? no_answer
          : error == -ECONNRESET || error == -EPIPE ? "it has closed the connection"
          : !subscriber_.refusal().empty()          ? subscriber_.refusal()
          : error == -EACCES                        ? "it answers " + pipeline_.last_error()
@@ -232,7 +232,7 @@ void RedisStore::schedule_connect()
     struct Timers {
         static int out_of_patience(void* user)
         {
-            static_cast<RedisStore*>(user)->drop("it does not answer");
+            static_cast<RedisStore*>(user)->drop(no_answer);
             return 0;
         }
         static int attempt(void* user)

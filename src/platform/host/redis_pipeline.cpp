@@ -157,4 +157,17 @@ void RedisPipeline::finish_write(const Sent& sent, const redisReply& reply)
     owner_.write_finished({sent.id, error, sent.sets, not_there});
 }
 
+void ask_keys(RedisPipeline& pipeline, std::string_view cursor)
+{
+    pipeline.ask({"SCAN", cursor, "COUNT", "1000"});
+}
+
+const redisReply* take_keys(const redisReply& reply, std::string& cursor)
+{
+    if (reply.type != REDIS_REPLY_ARRAY || reply.elements != 2)
+        return nullptr;
+    cursor = text_of(*reply.element[0]);
+    return reply.element[1];
+}
+
 } // namespace host

@@ -87,4 +87,11 @@ private:
     std::string last_error_;
 };
 
+// Asks for one page of a listing of all keys; the cursor is "0" for the first.
+void ask_keys(RedisPipeline& pipeline, std::string_view cursor);
+
+// The names on that page, a part of the answer, and the cursor of the next page, "0" behind the
+// last. Null when the server refuses. A listing may name a key twice.
+const redisReply* take_keys(const redisReply& reply, std::string& cursor);
+
 } // namespace host

@@ -23,17 +23,17 @@ bool flags_suffice(std::string_view flags)
     return has('K') && (has('A') || (has('g') && has('$')));
 }
 
-std::string failure_text(int error)
-{
-    return error == -ETIMEDOUT ? "it does not answer" : std::strerror(-error);
-}
-
 std::string quoted(const redisReply& reply)
 {
     return "'" + std::string(text_of(reply)) + "'";
 }
 
 } // namespace
+
+std::string RedisStore::failure_text(int error)
+{
+    return error == -ETIMEDOUT ? no_answer : std::strerror(-error);
+}
 
 // Writes the sentinel and removes it: both must come back as events.
 RedisStore::Verdict RedisStore::check_events(bool& returned, std::string& refused_write,
@@ -138,7 +138,7 @@ bool RedisStore::await_handshake(std::string& error)
         if (!error.empty())
             return false;
         if (clock::machine_us() >= deadline) {
-            error = "it does not answer";
+            error = no_answer;
             return false;
         }
         poll(nullptr, 0, 1);

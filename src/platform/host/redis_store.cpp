@@ -12,11 +12,8 @@
 namespace host {
 namespace {
 
-constexpr std::string_view keys_listed_at_once = "1000";
 constexpr std::size_t most_listed = 100'000;
 constexpr std::size_t most_definitions = 64;
-constexpr std::string_view definition_signal = "event_handler.registerEventDefinition";
-constexpr std::string_view settings_prefix = "cfg";
 
 std::string_view without_dot(std::string_view key)
 {
@@ -103,16 +100,14 @@ int RedisStore::list(std::string_view prefix, std::vector<std::string>& keys)
         if (clock::machine_us() >= deadline)
             return -ETIMEDOUT; // between two answers: the connection is sound
         std::vector<Reply> replies;
-        pipeline_.ask({"SCAN", cursor, "COUNT", keys_listed_at_once});
+        ask_keys(pipeline_, cursor);
         if (const int error = answers(replies, deadline); error != 0)
             return error;
-        const redisReply& reply = *replies.front();
-        if (reply.type != REDIS_REPLY_ARRAY || reply.elements != 2)
+        const redisReply* const names = take_keys(*replies.front(), cursor);
+        if (names == nullptr)
             return -EIO;
-        cursor = text_of(*reply.element[0]);
-        const redisReply& names = *reply.element[1];
-        for (std::size_t i = 0; i < names.elements; ++i) {
-            const std::string_view key = text_of(*names.element[i]);
+        for (std::size_t i = 0; i < names->elements; ++i) {
+            const std::string_view key = text_of(*names->element[i]);
             if (check_key(key) == 0 && (prefix.empty() || key_is_below(key, prefix)))
                 keys.emplace_back(key);
         }
@@ -134,7 +129,7 @@ void RedisStore::remember(std::span<const Write> writes, bool sent, bool silent)
     for (const Write& write : writes) {
         read_ahead_.forget(write.key);
         const bool followed = subscriber_.coverage(write.key) != RedisSubscriber::Coverage::none;
-        if (!sent && (followed || key_is_below(write.key, settings_prefix)))
+        if (!sent && (followed || is_setting(write.key)))
             continue;
         if (!own_.note(write_id_, write, !sent) && !full_logged_) {
             full_logged_ = true;

@@ -64,6 +64,9 @@ public:
 private:
     enum class Verdict { good, loading, refused };
 
+    static constexpr const char* no_answer = "it does not answer";
+    static constexpr std::string_view definition_signal = "event_handler.registerEventDefinition";
+
     // The connection: redis_connection.cpp.
     bool open_links(std::string& error);
     void watch_links(Condition condition);
@@ -78,6 +81,7 @@ private:
     void drop(const std::string& reason);
     void drop(int error);
     void schedule_connect();
+    static std::string failure_text(int error);
     Verdict check_server(std::string& error);
     Verdict check_events(bool& returned, std::string& refused_write, std::uint64_t deadline_us,
                          std::string& error);
