@@ -45,22 +45,32 @@ connect() {
     return 1
 }
 
-# Another program may have the port already: the daemon says so and ends, and the next is tried.
-start_daemon() {
-    local try
+make_board() {
     board=$work/$1
     rm -rf "$board"
     board/make-board "$1" "$board" >/dev/null
+}
+
+# launch VARIABLE=VALUE: the daemon on that board, with its database. Another program may have the
+# console's port already: the daemon says so and ends, and the next is tried.
+launch() {
+    local try
     for try in $(seq 10); do
         port=$((20000 + RANDOM % 20000))
-        AP_BOARD_ROOT=$board AP_DATABASE_SEED=$board/seed AP_CONSOLE_PORT=$port \
-            "$daemon" </dev/null >"$work/log" 2>&1 &
+        env "$1" AP_BOARD_ROOT="$board" AP_CONSOLE_PORT=$port "$daemon" \
+            </dev/null >"$work/log" 2>&1 &
         daemon_pid=$!
-        line=0
         connect && return
-        stop_daemon
+        kill "$daemon_pid" 2>/dev/null || true
+        wait "$daemon_pid" 2>/dev/null || true
     done
     die "the daemon does not start: $(cat "$work/log")"
+}
+
+start_daemon() {
+    make_board "$1"
+    line=0
+    launch AP_DATABASE_SEED="$board/seed"
 }
 
 ask() {

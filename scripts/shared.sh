@@ -32,34 +32,22 @@ END
 
 # Every command that reaches the server goes to a file, in order.
 start_monitor() {
-    database MONITOR >"$work/monitor" 2>/dev/null &
+    redis-cli -s "$work/database.sock" MONITOR >"$work/monitor" 2>/dev/null &
     monitor_pid=$!
     until grep -q OK "$work/monitor"; do sleep 0.02; done
     shown=0
 }
 
 start_daemon() {
-    local try pairs
-    board=$work/$1
-    rm -rf "$board"
-    board/make-board "$1" "$board" >/dev/null
+    local pairs
+    make_board "$1"
     start_server
     mapfile -t pairs < <(sed -n 's/^\([^# ][^ ]*\) *= *\(.*\)$/\1\n\2/p' "$board/seed")
     database MSET "${pairs[@]}" >/dev/null
     start_monitor
-    for try in $(seq 10); do
-        port=$((20000 + RANDOM % 20000))
-        AP_DATABASE=unix:$work/database.sock AP_BOARD_ROOT=$board AP_CONSOLE_PORT=$port \
-            "$daemon" </dev/null >"$work/log" 2>&1 &
-        daemon_pid=$!
-        if connect; then # its console opens when everything else is ready
-            exec {console}>&-
-            console=
-            return
-        fi
-        kill "$daemon_pid" 2>/dev/null || true
-    done
-    die "the daemon does not start: $(cat "$work/log")"
+    launch AP_DATABASE="unix:$work/database.sock"
+    exec {console}>&- # it opens when everything else is ready
+    console=
 }
 
 set_keys() { database MSET "$@" >/dev/null; }
