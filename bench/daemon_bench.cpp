@@ -13,9 +13,9 @@
 #include "base/config_keys.h"
 #include "base/terminal.h"
 #include "core/pwr_mgr_main.h"
-#include "host/clock.h"
-#include "host/configuration.h"
-#include "host/host.h"
+#include "host/base/clock.h"
+#include "host/config/configuration.h"
+#include "host/host/host.h"
 #include "temperature/temp_desc.h"
 
 namespace {

@@ -5,9 +5,9 @@
 #include <cstdint>
 
 #include "ap/loop.h"
-#include "host/clock.h"
-#include "host/descriptor.h"
-#include "host/loop.h"
+#include "host/base/clock.h"
+#include "host/base/descriptor.h"
+#include "host/loop/loop.h"
 
 namespace {
 

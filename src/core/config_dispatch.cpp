@@ -7,7 +7,7 @@
 #include "ap/log.h"
 #include "base/config_keys.h"
 #include "base/terminal.h"
-#include "temperature/self_test.h"
+#include "post/self_test.h"
 #include "usb/isdn_power.h"
 #include "usb/usb_power.h"
 

@@ -12,7 +12,7 @@
 #include "core/config_defaults.h"
 #include "core/config_dispatch.h"
 #include "event_handler/event_client.h"
-#include "temperature/self_test.h"
+#include "post/self_test.h"
 #include "temperature/temp_actions.h"
 #include "temperature/temp_sensors.h"
 #include "temperature/temp_status.h"

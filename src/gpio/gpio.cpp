@@ -11,7 +11,7 @@
 
 #include "ap/device.h"
 #include "ap/log.h"
-#include "gpio/device_file.h"
+#include "base/device_file.h"
 
 namespace {
 

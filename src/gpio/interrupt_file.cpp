@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "ap/log.h"
-#include "gpio/device_file.h"
+#include "base/device_file.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <fcntl.h>
 
-#include "gpio/device_file.h"
+#include "base/device_file.h"
 #include "phone/pwr_mgr_phone.h"
 
 // NOLINTNEXTLINE(performance-unnecessary-value-param): the test works on a copy

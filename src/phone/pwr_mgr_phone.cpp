@@ -11,9 +11,9 @@
 
 #include "ap/log.h"
 #include "base/config_default.h"
+#include "base/device_file.h"
 #include "base/port_number.h"
 #include "base/terminal.h"
-#include "gpio/device_file.h"
 
 namespace {
 

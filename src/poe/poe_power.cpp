@@ -8,8 +8,8 @@
 #include <cstring>
 
 #include "ap/log.h"
+#include "base/device_file.h"
 #include "base/terminal.h"
-#include "gpio/device_file.h"
 #include "poe/pwr_mgr_open.h"
 #include "poe/pwr_mgr_poe.h"
 

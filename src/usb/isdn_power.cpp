@@ -6,7 +6,7 @@
 #include "ap/config.h"
 #include "ap/log.h"
 #include "base/config_keys.h"
-#include "gpio/device_file.h"
+#include "base/device_file.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 // What the BITE handler sees: a bus and a database.
 #pragma once
 
-#include "host/clock.h"
-#include "host/host.h"
+#include "host/base/clock.h"
+#include "host/host/host.h"
 #include "support/terminal.h"
 
 class Handler : public testing::Test {

@@ -12,7 +12,7 @@
 #include <cstdlib>
 
 #include "ap/socket.h"
-#include "host/descriptor.h"
+#include "host/base/descriptor.h"
 #include "support/terminal.h"
 
 namespace {

@@ -9,7 +9,7 @@
 #include "base/config_keys.h"
 #include "core/config_defaults.h"
 #include "core/pwr_mgr_main.h"
-#include "host/descriptor.h"
+#include "host/base/descriptor.h"
 #include "support/terminal.h"
 
 namespace {

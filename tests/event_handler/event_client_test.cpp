@@ -9,7 +9,7 @@
 
 #include "base/terminal.h"
 #include "event_handler/event_db.h"
-#include "host/host.h"
+#include "host/host/host.h"
 #include "support/terminal.h"
 #include "usb/usb_fault_handler.h"
 

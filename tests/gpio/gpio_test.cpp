@@ -7,7 +7,7 @@
 
 #include "base/terminal.h"
 #include "gpio/interrupt_file.h"
-#include "host/host.h"
+#include "host/host/host.h"
 #include "support/terminal.h"
 
 namespace fs = std::filesystem;

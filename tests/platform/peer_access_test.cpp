@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The console's door: users come by the kernel's socket tables.
-#include "host/peer_access.h"
+#include "host/net/peer_access.h"
 
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
@@ -12,8 +12,8 @@
 #include <string>
 
 #include "ap/socket.h"
-#include "host/descriptor.h"
-#include "host/logging.h"
+#include "host/base/descriptor.h"
+#include "host/log/logging.h"
 
 namespace {
 

@@ -16,7 +16,7 @@
 #include <string>
 #include <vector>
 
-#include "host/descriptor.h"
+#include "host/base/descriptor.h"
 
 // A port that nobody listens at now.
 inline int free_port()

@@ -8,9 +8,9 @@
 #include <cerrno>
 
 #include "ap/socket.h"
-#include "host/clock.h"
-#include "host/redis_pipeline.h"
-#include "host/shared_store.h"
+#include "host/base/clock.h"
+#include "host/redis/redis_pipeline.h"
+#include "host/redis/shared_store.h"
 #include "platform/redis_server.h"
 
 namespace {

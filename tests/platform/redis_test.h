@@ -9,11 +9,11 @@
 #include "ap/bus.h"
 #include "ap/config.h"
 #include "ap/loop.h"
-#include "host/clock.h"
-#include "host/configuration.h"
-#include "host/host.h"
-#include "host/logging.h"
-#include "host/redis_store.h"
+#include "host/base/clock.h"
+#include "host/config/configuration.h"
+#include "host/host/host.h"
+#include "host/log/logging.h"
+#include "host/redis/redis_store.h"
 #include "platform/redis_server.h"
 
 class RedisTest : public testing::Test {

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "support/platform.h"
 
-#include "host/memory_store.h"
-#include "host/seed.h"
-#include "host/trace.h"
+#include "host/config/memory_store.h"
+#include "host/config/seed.h"
+#include "host/log/trace.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 
 #include "ap/output.h"
 #include "ap/shell.h"
-#include "host/bus.h"
-#include "host/line_editor.h"
+#include "host/bus/bus.h"
+#include "host/shell/line_editor.h"
 
 namespace {
 

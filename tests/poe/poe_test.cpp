@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "core/pwr_mgr_main.h"
-#include "host/host.h"
-#include "host/logging.h"
+#include "host/host/host.h"
+#include "host/log/logging.h"
 #include "support/terminal.h"
 
 namespace {

@@ -17,11 +17,11 @@
 #include "ap/config.h"
 #include "ap/log.h"
 #include "ap/loop.h"
-#include "host/clock.h"
-#include "host/configuration.h"
-#include "host/descriptor.h"
-#include "host/host.h"
-#include "host/logging.h"
+#include "host/base/clock.h"
+#include "host/base/descriptor.h"
+#include "host/config/configuration.h"
+#include "host/host/host.h"
+#include "host/log/logging.h"
 
 // The process's loop in virtual time, with an empty database.
 inline _cbus_conn_t* connect_platform()

@@ -4,7 +4,7 @@
 #include <algorithm>
 
 #include "base/config_keys.h"
-#include "host/host.h"
+#include "host/host/host.h"
 #include "support/terminal.h"
 #include "usb/usb_power.h"
 

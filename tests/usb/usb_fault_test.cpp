@@ -5,8 +5,8 @@
 #include <regex>
 
 #include "base/config_keys.h"
-#include "host/clock.h"
-#include "host/host.h"
+#include "host/base/clock.h"
+#include "host/host/host.h"
 #include "support/terminal.h"
 #include "usb/usb_power.h"
 

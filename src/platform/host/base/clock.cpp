@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: MIT
+#include "host/base/clock.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <ctime>
+
+namespace host::clock {
+namespace {
+
+constexpr std::int64_t virtual_epoch = 1767225600; // 2026-01-01 00:00:00 UTC
+
+bool virtual_time = false;
+std::uint64_t virtual_now_ms = 0;
+
+timespec machine_time(clockid_t id)
+{
+    timespec time{};
+    clock_gettime(id, &time); // cannot fail for the two clocks used here
+    return time;
+}
+
+} // namespace
+
+std::uint64_t machine_us()
+{
+    const timespec time = machine_time(CLOCK_MONOTONIC);
+    return static_cast<std::uint64_t>(time.tv_sec) * 1'000'000U +
+           static_cast<std::uint64_t>(time.tv_nsec) / 1000U;
+}
+
+std::uint64_t now_ms()
+{
+    return virtual_time ? virtual_now_ms : machine_us() / 1000U;
+}
+
+std::uint64_t after_ms(std::uint64_t milliseconds)
+{
+    return milliseconds + (virtual_time ? virtual_now_ms : (machine_us() + 999U) / 1000U);
+}
+
+std::int64_t seconds()
+{
+    if (virtual_time)
+        return virtual_epoch + static_cast<std::int64_t>(virtual_now_ms / 1000U);
+    return machine_time(CLOCK_REALTIME).tv_sec;
+}
+
+void wait_ms(std::uint64_t milliseconds)
+{
+    if (virtual_time) {
+        virtual_now_ms += milliseconds;
+        return;
+    }
+    timespec rest{static_cast<time_t>(milliseconds / 1000U),
+                  static_cast<long>(milliseconds % 1000U) * 1'000'000L};
+    while (nanosleep(&rest, &rest) != 0 && errno == EINTR) {
+    }
+}
+
+void make_virtual()
+{
+    virtual_time = true;
+    virtual_now_ms = 0;
+}
+
+bool is_virtual()
+{
+    return virtual_time;
+}
+
+void advance_to(std::uint64_t milliseconds)
+{
+    virtual_now_ms = std::max(virtual_now_ms, milliseconds);
+}
+
+} // namespace host::clock

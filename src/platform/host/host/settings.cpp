@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: MIT
+#include "host/host/settings.h"
+
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+#include "host/base/integer.h"
+
+namespace host {
+namespace {
+
+std::string variable(const char* name)
+{
+    const char* const value = std::getenv(name);
+    return value == nullptr ? std::string() : std::string(value);
+}
+
+// Leaves `number` alone when the variable is not set.
+bool read_number(const char* name, int least, int most, int& number, std::string& error)
+{
+    const std::string text = variable(name);
+    if (text.empty())
+        return true;
+    const std::optional<std::int32_t> value = parse_integer(text);
+    if (!value || *value < least || *value > most) {
+        error = std::string(name) + ": '" + text + "' is not a number from " +
+                std::to_string(least) + " to " + std::to_string(most);
+        return false;
+    }
+    number = *value;
+    return true;
+}
+
+bool read_board_root(std::string& root, std::string& error)
+{
+    root = variable("AP_BOARD_ROOT");
+    if (root.empty())
+        return true;
+    while (root.size() > 1 && root.back() == '/')
+        root.pop_back();
+    struct stat info {};
+    if (stat(root.c_str(), &info) != 0) {
+        error = "AP_BOARD_ROOT: " + root + ": " + std::strerror(errno);
+        return false;
+    }
+    if (!S_ISDIR(info.st_mode)) {
+        error = "AP_BOARD_ROOT: " + root + " is not a directory";
+        return false;
+    }
+    return true;
+}
+
+} // namespace
+
+std::optional<Settings> Settings::from_environment(std::string& error)
+{
+    Settings settings;
+    settings.database = variable("AP_DATABASE");
+    settings.password_file = variable("AP_DATABASE_PASSWORD_FILE");
+    settings.seed_file = variable("AP_DATABASE_SEED");
+    settings.trace = variable("AP_TRACE");
+    if (!read_board_root(settings.board_root, error) ||
+        !read_number("AP_CONSOLE_PORT", 1, 65535, settings.console_port, error) ||
+        !read_number("AP_LOG_LEVEL", 0, 7, settings.log_level, error))
+        return std::nullopt;
+    return settings;
+}
+
+} // namespace host

@@ -1,0 +1,177 @@
+// SPDX-License-Identifier: MIT
+// The shell's door to the configuration database.
+#include <array>
+#include <cerrno>
+#include <cstring>
+
+#include "ap/output.h"
+#include "host/base/printable.h"
+#include "host/config/configuration.h"
+#include "host/shell/config_watch.h"
+#include "host/shell/shell.h"
+
+namespace host {
+namespace {
+
+constexpr std::size_t longest_listed_value = 160;
+
+using Words = std::span<char* const>; // what follows the subcommand
+
+struct Subcommand {
+    std::string_view name;
+    std::size_t least_words;
+    std::size_t most_words;
+    int (*run)(Words words);
+    bool takes_key;
+};
+
+int fail(std::string_view what, int error)
+{
+    qv_puts(("config: " + printable(what) + ": " + std::strerror(-error) + "\n").c_str());
+    return SHELL_OK;
+}
+
+int get(Words words)
+{
+    std::string_view value;
+    if (const int error = config_read(words[0], value); error != 0)
+        return fail(words[0], error);
+    qv_puts((printable(value) + "\n").c_str());
+    return SHELL_OK;
+}
+
+int set(Words words)
+{
+    if (words.size() % 2 != 0)
+        return SHELL_USAGE;
+    std::vector<Write> writes;
+    for (std::size_t i = 0; i < words.size(); i += 2) {
+        if (const int error = check_key(words[i]); error != 0)
+            return fail(words[i], error);
+        writes.push_back({words[i], words[i + 1]});
+    }
+    const int error = config_write(writes);
+    return error == 0 ? SHELL_OK : fail(words[0], error);
+}
+
+int del(Words words)
+{
+    std::string_view value;
+    int error = config_read(words[0], value);
+    const Write write{words[0], std::nullopt};
+    if (error == 0)
+        error = config_write({&write, 1});
+    return error == 0 ? SHELL_OK : fail(words[0], error);
+}
+
+int list(Words words)
+{
+    const std::string_view prefix = words.empty() ? "" : words[0];
+    std::vector<std::string> keys;
+    if (const int error = config_list(prefix, keys); error != 0)
+        return fail(words.empty() ? "list" : prefix, error);
+    for (const std::string& key : keys) {
+        std::string_view value;
+        if (config_read(key, value) != 0)
+            continue; // removed by a neighbour meanwhile
+        qv_puts((printable(key) + " = " + printable(value, longest_listed_value) + "\n").c_str());
+    }
+    return SHELL_OK;
+}
+
+int watch(Words words)
+{
+    qv_cshell_t& shell = *running_shell();
+    if (!words.empty()) {
+        const int error = watch_key(shell, words[0]);
+        return error == 0 ? SHELL_OK : fail(words[0], error);
+    }
+    for (const std::string& key : shell.watched)
+        qv_puts((key + "\n").c_str());
+    return SHELL_OK;
+}
+
+int unwatch(Words words)
+{
+    const int error = unwatch_key(*running_shell(), words[0]);
+    return error == 0 ? SHELL_OK : fail(words[0], error);
+}
+
+constexpr std::size_t any = LineEditor::longest_line;
+
+constexpr std::array<Subcommand, 6> subcommands{{
+    {"del", 1, 1, del, true},
+    {"get", 1, 1, get, true},
+    {"list", 0, 1, list, true},
+    {"set", 2, any, set, true},
+    {"unwatch", 1, 1, unwatch, false},
+    {"watch", 0, 1, watch, true},
+}};
+
+const Subcommand* find_subcommand(std::string_view name)
+{
+    for (const Subcommand& subcommand : subcommands) {
+        if (subcommand.name == name)
+            return &subcommand;
+    }
+    return nullptr;
+}
+
+// One level of the dotted names at a time: a key's part up to the next dot.
+void complete_key(std::string_view word, std::vector<std::string>& candidates)
+{
+    const std::size_t last_dot = word.rfind('.');
+    const std::string_view above =
+        last_dot == std::string_view::npos ? "" : word.substr(0, last_dot);
+    std::vector<std::string> keys;
+    if (config_list(above, keys) != 0)
+        return;
+    for (const std::string& key : keys) {
+        if (!key.starts_with(word))
+            continue;
+        const std::size_t dot = key.find('.', word.size());
+        std::string candidate = key.substr(0, dot == std::string::npos ? dot : dot + 1);
+        if (candidates.empty() || candidates.back() != candidate)
+            candidates.push_back(std::move(candidate));
+    }
+}
+
+} // namespace
+
+int config_command(int argc, char** argv)
+{
+    if (argc < 2)
+        return SHELL_USAGE;
+    const Subcommand* const subcommand = find_subcommand(argv[1]);
+    const Words words(argv + 2, static_cast<std::size_t>(argc - 2));
+    if (subcommand == nullptr || words.size() < subcommand->least_words ||
+        words.size() > subcommand->most_words)
+        return SHELL_USAGE;
+    return subcommand->run(words);
+}
+
+void complete_config(std::string_view before, std::string_view word,
+                     std::vector<std::string>& candidates)
+{
+    std::vector<std::string> words;
+    split_words(before, words);
+    if (words.empty()) {
+        for (const Subcommand& subcommand : subcommands) {
+            if (subcommand.name.starts_with(word))
+                candidates.emplace_back(subcommand.name);
+        }
+        return;
+    }
+    const Subcommand* const subcommand = find_subcommand(words.front());
+    if (subcommand == nullptr || words.size() > subcommand->most_words)
+        return;
+    const bool at_key = subcommand->most_words != any || words.size() % 2 == 1;
+    if (subcommand->takes_key && at_key)
+        complete_key(word, candidates);
+    for (const std::string& key : running_shell()->watched) {
+        if (!subcommand->takes_key && key.starts_with(word))
+            candidates.push_back(key);
+    }
+}
+
+} // namespace host
