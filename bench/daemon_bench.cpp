@@ -55,12 +55,12 @@ private:
             std::abort();
         setenv("AP_BOARD_ROOT", root_.c_str(), 1);
         setenv("AP_LOG_LEVEL", "0", 1);
-        host::clock::make_virtual();
+        host::instance().clock.make_virtual();
         pwr_mgr_poe = new PwrMgrPoe; // live as long as the process
         pwr_mgr_phone = new PwrMgrPhone;
         tg_pwr_man = qv_xtrace_init("pwr_man", "C:\tCommon\nD:\tDetailed trace\n", 4);
         main_fdloop = fdloop_init();
-        host::instance().connected = true; // for the keys that stand before the start
+        host::instance().configuration.connect(); // for the keys that stand before the start
         config_write_string("ram.platform.id", "qv1202B");
         config_write_int(key::external_supply, 1);
         config_write_int(key::mainboard_temperature, normal);
@@ -118,7 +118,7 @@ void batch_of_changed_keys(benchmark::State& state)
         writes.push_back({name, "12345"});
     config_change_register("bench", count, &changes);
     for (auto _ : state) {
-        host::config_write(writes);
+        host::instance().configuration.write(writes);
         host::instance().loop->run_for(0);
     }
     config_change_deregister("bench", count, &changes);

@@ -13,7 +13,7 @@ namespace {
 
 // A loop whose callbacks end it: run() is one turn then.
 struct OneTurn {
-    OneTurn() { host::clock::make_virtual(); }
+    OneTurn() { clock.make_virtual(); }
 
     static int called(void* user)
     {
@@ -24,7 +24,10 @@ struct OneTurn {
     }
     static int ready(int, void* user) { return called(user); }
 
-    std::unique_ptr<_fdloop_t> loop = _fdloop_t::create();
+    host::Clock clock;
+    host::Journal journal{clock};
+    host::Log log{journal};
+    std::unique_ptr<_fdloop_t> loop = _fdloop_t::create(clock, log);
     std::int64_t calls = 0;
 };
 

@@ -105,7 +105,7 @@ TEST_F(BiteClients, ATestIsAllowedByItsKeyAlone)
               story());
     put("ram.post.id.1141899265.enable", "1");
     EXPECT_TRUE(api.isPostAllowed(id));
-    EXPECT_EQ(27U, host::instance().signals.signal(1).length); // with its NUL
+    EXPECT_EQ(27U, host::instance().bus.sent().signal(1).length); // with its NUL
     story();
     EXPECT_EQ(0, api.reportPostResult(id, static_cast<CBitePostApi::ePostResult>(-1)));
     EXPECT_EQ(0, api.reportPostResult(CPostId(~0U), CBitePostApi::POST_PASSED, INT32_MIN));

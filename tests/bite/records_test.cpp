@@ -104,11 +104,11 @@ TYPED_TEST(SelfTestRecords, FollowATestFromItsResetToItsResult)
     EXPECT_EQ("1 6 0 3 0 0 0 ", fields(record));
     EXPECT_EQ("[enable=1 state=0 result=0 severity=3 cnt=6 info=0 timestamp=0 exetime=0]",
               this->deliveries());
-    host::clock::wait_ms(1000);
-    const std::string now = std::to_string(host::clock::seconds());
+    host::instance().clock.wait_ms(1000);
+    const std::string now = std::to_string(host::instance().clock.seconds());
     EXPECT_EQ(0, record.writeStart());
-    EXPECT_EQ(host::clock::now_ms(), record.executionTime());
-    host::clock::wait_ms(250);
+    EXPECT_EQ(host::instance().clock.now_ms(), record.executionTime());
+    host::instance().clock.wait_ms(250);
     EXPECT_EQ(-1, record.setSeverity(CBite::SEV_NOTICE));
     EXPECT_EQ(-1, record.setSeverity(static_cast<CBite::eSeverity>(-1)));
     EXPECT_EQ(3, record.severity());
@@ -172,7 +172,7 @@ TYPED_TEST(SelfTestRecords, SkipKeysOfAnotherFormAndSurviveTheirLimits)
         valid += record.isValid(index) ? "y" : "n";
     EXPECT_EQ("yyynyyyynn", valid);
 
-    host::instance().connected = false;
+    host::instance().configuration.connect(false);
     this->story();
     EXPECT_EQ(-ENOTCONN, record.init(99));
     EXPECT_EQ(99U, record.identifier());
@@ -194,7 +194,7 @@ TEST_F(BiteRecords, CmRecordsFollowTheirReports)
     EXPECT_EQ("log 4 writeCmResult Record is not initialized -2012217339 - 5\n", story());
     EXPECT_EQ(0, record.writeCmResult(2282749957, CBite::EV_ON));
     EXPECT_EQ(0, record.writeCmInfo(2282749957, -3));
-    const std::string now = std::to_string(host::clock::seconds());
+    const std::string now = std::to_string(host::instance().clock.seconds());
     EXPECT_EQ("[state=2 cnt=1 severity=7 timestamp=" + now + "][info=-3]", deliveries());
     EXPECT_EQ(0, record.setDefault(false));
     EXPECT_EQ(0, record.writeCmResult(2282749957, CBite::EV_OFF));
@@ -210,7 +210,7 @@ TEST_F(BiteRecords, CmRecordsFollowTheirReports)
     EXPECT_EQ("4", get("ram.bite.cm.2282749957.info"));
     EXPECT_EQ(0, record.writeCmInfo(6, 4)); // whatever the identifier
     EXPECT_EQ("4", get("ram.bite.cm.6.info"));
-    host::instance().connected = false;
+    host::instance().configuration.connect(false);
     story();
     EXPECT_EQ(-ENOTCONN, record.writeCmInfo(6, 4));
     EXPECT_EQ("log 4 write CM event INFO result failed! (6)\n", story());
@@ -247,8 +247,8 @@ TEST_F(BiteRecords, TheCmLogIsARing)
     EXPECT_EQ(0, record.writeCmLog(8));
     deliveries();
 
-    const std::string entry =
-        "[identifier=9 state=2 info=5 timestamp=" + std::to_string(host::clock::seconds()) + "]";
+    const std::string entry = "[identifier=9 state=2 info=5 timestamp=" +
+                              std::to_string(host::instance().clock.seconds()) + "]";
     EXPECT_EQ(1, record.writeCmLog(9));
     EXPECT_EQ("[maxsize=100 index=1 count=1]" + entry, deliveries());
     EXPECT_EQ("9", get("ram.log.bite.cm.entry.1.identifier"));

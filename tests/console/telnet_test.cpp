@@ -87,7 +87,8 @@ protected:
     Telnet()
     {
         connect_platform();
-        host::set_log_sink([](int, std::string_view text) { console_log.emplace_back(text); });
+        host::instance().log.set_sink(
+            [](int, std::string_view text) { console_log.emplace_back(text); });
         EXPECT_EQ(shell_command_add_sorted(&hook_command), 0);
         qv_set_default_sig_handlers();
         const int before = dup(0); // the listening socket gets this number

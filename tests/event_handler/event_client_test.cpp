@@ -30,7 +30,7 @@ protected:
 // Every signal so far: "NAME LENGTH: bytes".
 std::string signals()
 {
-    const host::SignalLog& log = host::instance().signals;
+    const host::SignalLog& log = host::instance().bus.sent();
     std::string text;
     for (std::uint64_t i = 1; i <= log.count(); ++i) {
         const host::SignalLog::Signal& signal = log.signal(i);
@@ -92,9 +92,9 @@ log 3 readTextAttr: config_read_string[txt.evh.ltext.-214748364] failed(-90)
 
 TEST_F(EventClient, LogsWhatItCannotSendOrWrite)
 {
-    host::instance().connected = false; // the database is away
+    host::instance().configuration.connect(false); // the database is away
     registerEventDefinition(&usb_event_definition, 1);
-    host::instance().connected = true;
+    host::instance().configuration.connect();
     EXPECT_EQ(terminal.story(),
               R"(log 3 writeTextAttr: config_write_string[txt.evh.stxt.66560] failed(-107)
 signal event_handler.registerEventDefinition 1 definitions
@@ -163,7 +163,7 @@ TEST_F(EventStore, IsReadUpToTheFirstMissingEvent)
     EXPECT_EQ("log 3 readEventArr: unable to allocate UserEvent array - size exeeds the limit of "
               "9999\n",
               terminal.story());
-    host::instance().connected = false;
+    host::instance().configuration.connect(false);
     EXPECT_EQ("-1 -1 ", read(1) + read(0));
 }
 

@@ -25,7 +25,7 @@ protected:
         put("/lines", "# the wires\n\n82 high\n81 1 # pulled up\n80 1\n");
         setenv("AP_BOARD_ROOT", root_.c_str(), 1);
         setenv("AP_LOG_LEVEL", "0", 1);
-        host::clock::make_virtual();
+        host::instance().clock.make_virtual();
     }
     ~Board() override { fs::remove_all(made_); }
 
@@ -278,6 +278,7 @@ TEST_F(Board, wakes_the_loop_on_matching_edges)
 TEST_F(Board, passes_through_without_a_root)
 {
     unsetenv("AP_BOARD_ROOT");
+    host::forget_instance();
     const std::string device = root_ + "/dev/slic0.0";
     EXPECT_EQ(write_to("/dev/null", "1\n"), 0);
     EXPECT_EQ(write_to("/dev/full", "1"), ENOSPC);

@@ -13,7 +13,7 @@ protected:
     static std::string get(const char* key)
     {
         std::string_view value;
-        return host::config_read(key, value) == 0 ? std::string(value) : "-";
+        return host::instance().configuration.read(key, value) == 0 ? std::string(value) : "-";
     }
 };
 
@@ -109,7 +109,7 @@ TEST_F(ConfigItems, ABadItemRefusesTheWholeCall)
     char endless[] = {'a', 'b'};
     const config_data_t no_end = item(CONFIG_TYPE_STRING, "a.b.c", endless, 2);
     EXPECT_EQ(-EINVAL, config_writev("a.b", 1, &no_end));
-    host::instance().connected = false;
+    host::instance().configuration.connect(false);
     EXPECT_EQ(-ENOTCONN, config_readv("a", 1, &good));
     EXPECT_EQ(-ENOTCONN, config_writev("a", 1, &good));
     EXPECT_EQ(std::to_string(-ENOTCONN), matches("a"));

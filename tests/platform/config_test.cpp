@@ -131,7 +131,7 @@ protected:
             if (text != nullptr)
                 writes.back().value = text;
         }
-        return host::config_write(writes);
+        return host::instance().configuration.write(writes);
     }
     std::string delivered()
     {
@@ -200,7 +200,7 @@ TEST_P(Config, ARegistrationMatchesTheKeyAndWhatIsBelow)
         EXPECT_EQ(delivered(), "x[a.b=1 a.b.c=1 a.b.c.d=1] ") << key;
         leave(key, x);
         std::vector<std::string> keys;
-        EXPECT_EQ(host::config_list(key, keys), 0);
+        EXPECT_EQ(host::instance().configuration.list(key, keys), 0);
         EXPECT_EQ(keys, (std::vector<std::string>{"a.b", "a.b.c", "a.b.c.d"})) << key;
     }
 }

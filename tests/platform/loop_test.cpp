@@ -66,7 +66,7 @@ private:
 
 class Loop : public RealLoop {
 protected:
-    Loop() { host::clock::make_virtual(); }
+    Loop() { host::instance().clock.make_virtual(); }
     std::string run(std::uint64_t milliseconds = 0)
     {
         loop->run_for(milliseconds);

@@ -13,7 +13,7 @@
 
 #include "ap/socket.h"
 #include "host/base/descriptor.h"
-#include "host/log/logging.h"
+#include "host/host/host.h"
 
 namespace {
 
@@ -69,7 +69,7 @@ TEST(PeerAccess, FindsTheOwnerInTheKernelsTables)
 int accept_from(uid_t user)
 {
     setenv("AP_LOG_LEVEL", "0", 1);
-    host::set_log_sink([](int, std::string_view text) { logged += text; });
+    host::instance().log.set_sink([](int, std::string_view text) { logged += text; });
     const host::Descriptor server(socket_create_server("tcp*127.0.0.1*0", 0));
     sockaddr_in address{};
     socklen_t size = sizeof address;

@@ -14,15 +14,15 @@ TEST_F(RedisBreak, AStoppedServerCostsOneDeadlineAndOneLine)
     follow("a");
     EXPECT_EQ(told(), "");
     server.stop();
-    const std::uint64_t begin = host::clock::now_ms();
+    const std::uint64_t begin = host::instance().clock.now_ms();
     EXPECT_EQ(read("a"), -ETIMEDOUT);
-    const std::uint64_t one = host::clock::now_ms() - begin;
+    const std::uint64_t one = host::instance().clock.now_ms() - begin;
     for (int i = 0; i < 10000; ++i)
         ASSERT_EQ(read("a") + config_write_int("c", 1), 2 * -ENOTCONN);
     EXPECT_EQ(cbus_send_signal(bus, "s", "x", 1), -ENOTCONN);
     EXPECT_GE(one, 249U);
     EXPECT_LT(one, 2 * 250U);
-    EXPECT_LT(host::clock::now_ms() - begin, 2000U) << "at once, on a busy machine too";
+    EXPECT_LT(host::instance().clock.now_ms() - begin, 2000U) << "at once, on a busy machine too";
     run_for(1500); // reconnects are accepted by the kernel, and nobody answers
     EXPECT_LT(host::instance().loop->statistics().longest_callback_us, 2 * 250'000U);
     server.go_on();
@@ -156,7 +156,7 @@ TEST_F(RedisBreak, ARefusedWriteIsOneLineUntilOneIsTaken)
         for (int i = 0; i < 20; ++i) {
             EXPECT_EQ(config_write_int("status", ++value), 0);
             const host::Write group[] = {{"status.2", "1"}, {"a", std::nullopt}};
-            EXPECT_EQ(host::config_write(group), 0);
+            EXPECT_EQ(host::instance().configuration.write(group), 0);
             EXPECT_EQ(read("a"), 7) << "all of a group or nothing";
         }
         server.ask(take);
@@ -180,9 +180,9 @@ public:
     {
         for (int i = 0; i < most; ++i) {
             server.ask("CLIENT PAUSE 70 ALL");
-            const std::uint64_t begin = host::clock::machine_us();
+            const std::uint64_t begin = host::machine_us();
             const int result = read("missing");
-            waited_us += host::clock::machine_us() - begin;
+            waited_us += host::machine_us() - begin;
             if (result != -ENOENT)
                 return result == -ETIMEDOUT ? i : -1;
         }

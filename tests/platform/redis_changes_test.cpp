@@ -69,7 +69,7 @@ TEST_F(RedisChanges, AWriteBeyondTheSocketsBufferArrives)
 {
     const std::string text(60'000, 'x');
     const std::vector<host::Write> writes(9, {"long", text});
-    EXPECT_EQ(host::config_write(writes), 0);
+    EXPECT_EQ(host::instance().configuration.write(writes), 0);
     const auto stop = [](void*) {
         host::instance().loop->stop();
         return 0;

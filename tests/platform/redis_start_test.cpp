@@ -8,7 +8,7 @@
 #include <cerrno>
 
 #include "ap/socket.h"
-#include "host/base/clock.h"
+#include "host/host/host.h"
 #include "host/redis/redis_pipeline.h"
 #include "host/redis/shared_store.h"
 #include "platform/redis_server.h"
@@ -18,12 +18,10 @@ namespace {
 // The complaint about an address, without the address; "" when the server is taken.
 std::string start(const std::string& address, const std::string& password_file = {})
 {
-    host::Settings settings;
-    settings.database = address;
-    settings.password_file = password_file;
-    host::ChangeDispatcher changes;
+    host::Host& host = host::instance();
     std::string error;
-    const auto store = host::open_shared_store(settings, changes, error);
+    const auto store =
+        host::open_shared_store(address, password_file, host.changes, host.clock, host.log, error);
     EXPECT_EQ(store == nullptr, !error.empty());
     EXPECT_EQ(error.find('\n'), std::string::npos) << "one line";
     const std::string name = "AP_DATABASE: '" + address + "': ";
@@ -156,9 +154,9 @@ TEST(RedisLinkTest, ADrippingServerCostsOneDeadline)
 
     pipeline.ask({"GET", "k"});
     std::vector<host::Reply> replies;
-    const std::uint64_t begin = host::clock::machine_us();
+    const std::uint64_t begin = host::machine_us();
     EXPECT_EQ(pipeline.answers(replies, budget.deadline()), -ETIMEDOUT);
-    const std::uint64_t taken = host::clock::machine_us() - begin;
+    const std::uint64_t taken = host::machine_us() - begin;
     EXPECT_GE(taken, host::CallBudget::call_us);
     EXPECT_LT(taken, 2 * host::CallBudget::call_us) << "the reply takes three times as long";
     kill(server, SIGKILL);

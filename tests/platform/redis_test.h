@@ -12,7 +12,6 @@
 #include "host/base/clock.h"
 #include "host/config/configuration.h"
 #include "host/host/host.h"
-#include "host/log/logging.h"
 #include "host/redis/redis_store.h"
 #include "platform/redis_server.h"
 
@@ -23,7 +22,7 @@ protected:
         : server(settings)
     {
         setenv("AP_DATABASE", (address.empty() ? server.address() : address).c_str(), 1);
-        host::set_log_sink([](int level, std::string_view text) {
+        host::instance().log.set_sink([](int level, std::string_view text) {
             log_lines += std::to_string(level) + " " + std::string(text);
         });
         bus = cbus_conn_create(fdloop_init(), "test");
@@ -46,8 +45,9 @@ protected:
             host::instance().loop->stop();
             return 0;
         };
-        const std::uint64_t end = host::clock::now_ms() + static_cast<std::uint64_t>(patience);
-        while (!done() && host::clock::now_ms() < end) {
+        const std::uint64_t end =
+            host::instance().clock.now_ms() + static_cast<std::uint64_t>(patience);
+        while (!done() && host::instance().clock.now_ms() < end) {
             host::instance().loop->add_timer(5, stop, nullptr);
             host::instance().loop->run();
         }

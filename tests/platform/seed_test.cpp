@@ -3,7 +3,7 @@
 
 #include "host/config/memory_store.h"
 #include "host/config/seed.h"
-#include "host/log/trace.h"
+#include "host/log/trace_groups.h"
 
 namespace {
 
@@ -61,7 +61,7 @@ TEST(Traces, AreSwitchedOnByGroupAndLetters)
         a->enabled = b->enabled = 0;
         a->mask = 4;
         std::string error;
-        const bool enabled = host::enable_traces(wanted, error);
+        const bool enabled = host::instance().traces.enable(wanted, error);
         EXPECT_EQ(enabled, error.empty()) << wanted;
         return (error.empty() ? "" : "refused ") + std::to_string(a->enabled) +
                std::to_string(a->mask) + std::to_string(b->enabled);

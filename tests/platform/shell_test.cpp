@@ -228,7 +228,7 @@ TEST_F(Shell, watch_shows_changes_to_its_own_connection)
 TEST_F(Shell, journal_bus_trace_and_loop_tell_what_happened)
 {
     qv_xtrace_init("group", "C:\tCommon\nD:\tDetails\n", 4);
-    host::clock::advance_to(1005);
+    host::instance().clock.advance_to(1005);
     cbus_send_signal(connection_, "some.name", "hi\n", 3);
     cbus_send_signal(connection_, "other", "hi", 3);
     const std::string second = "2 1.005 signal other \"hi\"\n";
@@ -272,6 +272,7 @@ TEST_F(Shell, describes_signals_and_trusts_no_length)
     for (const auto& [signal, bytes, length, text] : cases) {
         // On the heap and no longer than said: a read behind it is seen by the sanitizers.
         const std::vector<char> payload(bytes.begin(), bytes.end());
-        EXPECT_EQ(host::describe_signal(signal, {payload.data(), payload.size()}, length), text);
+        EXPECT_EQ(host::instance().bus.describe(signal, {payload.data(), payload.size()}, length),
+                  text);
     }
 }

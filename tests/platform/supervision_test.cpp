@@ -42,8 +42,8 @@ class Supervision : public testing::Test {
 protected:
     Supervision()
     {
-        host::clock::make_virtual();
-        host::set_log_sink([](int, std::string_view text) { logged += text; });
+        host::instance().clock.make_virtual();
+        host::instance().log.set_sink([](int, std::string_view text) { logged += text; });
         unlink(path.c_str());
     }
     ~Supervision() override { unlink(path.c_str()); }

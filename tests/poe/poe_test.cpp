@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "core/pwr_mgr_main.h"
 #include "host/host/host.h"
-#include "host/log/logging.h"
 #include "support/terminal.h"
 
 namespace {
@@ -91,7 +90,7 @@ TEST(Poe, PortTextsAndTheBytesOfTheirSignals)
     terminal.start();
     terminal.write({{lan_status, 1}, {poe_0, 1}, {"cfg.interfaces.lan.1.poe.enabled", 1}});
     terminal.write(settled, 1);
-    const host::SignalLog& signals = host::instance().signals;
+    const host::SignalLog& signals = host::instance().bus.sent();
     EXPECT_EQ(signals.signal(signals.count() - 1).kept(), "\1");
     EXPECT_EQ(signals.signal(signals.count()).kept(), std::string_view("\1\0\0\0\1\0\0\0", 8));
     terminal.write("ram.status.psumcu.psu.poe.enable", 1);
@@ -119,7 +118,7 @@ TEST(Poe, SettingsWrittenWhileTheFirstAreApplied)
     Terminal terminal("qv1608B");
     terminal.start();
     terminal.write(lan_status, 1);
-    host::set_log_sink([](int, std::string_view text) {
+    host::instance().log.set_sink([](int, std::string_view text) {
         if (text == "\nPoePsu power is not needed")
             config_write_int(poe_0, 1);
     });
@@ -131,8 +130,8 @@ TEST(Poe, SettingsWrittenWhileTheFirstAreApplied)
 
 TEST(Poe, Capabilities)
 {
-    host::set_log_sink(keep_line);
     Terminal terminal("qv1202B");
+    host::instance().log.set_sink(keep_line);
     std::string story;
     for (const char* const ports : {"-1", "2147483647", "65", "0", "two", "64"}) {
         terminal.write_text(capability, ports);

@@ -21,12 +21,11 @@
 #include "host/base/descriptor.h"
 #include "host/config/configuration.h"
 #include "host/host/host.h"
-#include "host/log/logging.h"
 
 // The process's loop in virtual time, with an empty database.
 inline _cbus_conn_t* connect_platform()
 {
-    host::clock::make_virtual();
+    host::instance().clock.make_virtual();
     _cbus_conn_t* const connection = cbus_conn_create(fdloop_init(), "test.");
     config_init_cbus(connection, 0);
     return connection;
@@ -40,5 +39,5 @@ inline void run_loop(std::uint64_t milliseconds = 0)
 inline int put_value(std::string_view key, std::optional<std::string_view> value)
 {
     const host::Write write{key, value};
-    return host::config_write({&write, 1});
+    return host::instance().configuration.write({&write, 1});
 }

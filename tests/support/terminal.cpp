@@ -29,12 +29,12 @@ Terminal::Terminal(const char* platform)
     setenv("AP_BOARD_ROOT", root_.c_str(), 1);
     setenv("AP_DATABASE_SEED", (root_ / "seed").c_str(), 1);
     setenv("AP_LOG_LEVEL", "0", 1); // the journal has the log
-    host::clock::make_virtual();
+    host::instance().clock.make_virtual();
     pwr_mgr_poe = new PwrMgrPoe;
     pwr_mgr_phone = new PwrMgrPhone;
     tg_pwr_man = qv_xtrace_init("pwr_man", "C:\tCommon\nD:\tDetailed trace\n", 4);
     main_fdloop = fdloop_init();
-    host::instance().connected = true; // so that the test can change the seed before start()
+    host::instance().configuration.connect(); // so that the test can change the seed before start()
 }
 
 Terminal::~Terminal()
@@ -60,7 +60,7 @@ std::string Terminal::change(const std::vector<Change>& changes, std::uint64_t m
     std::vector<host::Write> writes;
     for (const auto& [key, value] : changes)
         writes.push_back({key, value ? std::optional<std::string_view>(*value) : std::nullopt});
-    if (!writes.empty() && host::config_write(writes) != 0)
+    if (!writes.empty() && host::instance().configuration.write(writes) != 0)
         throw std::runtime_error("write refused");
     story();
     return run(milliseconds);
@@ -98,7 +98,7 @@ std::string Terminal::story(std::optional<std::uint64_t> origin)
 std::string Terminal::value(const std::string& key) const
 {
     std::string_view text;
-    return host::config_read(key, text) == 0 ? std::string(text) : "-";
+    return host::instance().configuration.read(key, text) == 0 ? std::string(text) : "-";
 }
 
 fs::path Terminal::path(std::string_view board_path) const

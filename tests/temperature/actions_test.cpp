@@ -46,7 +46,7 @@ power_off=1 +CLOSE_TERMINAL shutdown
 -WARN
 )");
     // Each call has its order, without NUL.
-    const host::SignalLog& signals = host::instance().signals;
+    const host::SignalLog& signals = host::instance().bus.sent();
     reboot_term();
     EXPECT_EQ(signals.signal(signals.count()).kept(),
               "0, Rebooting terminal due to high temperature");

@@ -31,12 +31,12 @@ protected:
     void start()
     {
         terminal.start();
-        begin_ = host::clock::now_ms();
+        begin_ = host::instance().clock.now_ms();
     }
 
     void run_to(std::uint64_t milliseconds)
     {
-        host::instance().loop->run_for(begin_ + milliseconds - host::clock::now_ms());
+        host::instance().loop->run_for(begin_ + milliseconds - host::instance().clock.now_ms());
     }
 
     // A falling edge, so many milliseconds after the start; the line rises again just before.

@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <ctime>
 
-#include "host/base/clock.h"
+#include "host/host/host.h"
 
 int qv_vsnprintf(char* text, unsigned int size, const char* format, va_list arguments)
 {
@@ -22,17 +22,17 @@ int qv_snprintf(char* text, unsigned int size, const char* format, ...)
 
 std::int32_t qv_time(void)
 {
-    return static_cast<std::int32_t>(host::clock::seconds());
+    return static_cast<std::int32_t>(host::instance().clock.seconds());
 }
 
 std::uint32_t qv_time_ms(void)
 {
-    return static_cast<std::uint32_t>(host::clock::now_ms());
+    return static_cast<std::uint32_t>(host::instance().clock.now_ms());
 }
 
 void qv_time_ms_delay(unsigned int milliseconds)
 {
-    host::clock::wait_ms(milliseconds);
+    host::instance().clock.wait_ms(milliseconds);
 }
 
 char* qv_utc_strftime(char* text, unsigned int size, const char* format, std::int32_t time)

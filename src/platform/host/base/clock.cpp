@@ -5,13 +5,10 @@
 #include <cerrno>
 #include <ctime>
 
-namespace host::clock {
+namespace host {
 namespace {
 
 constexpr std::int64_t virtual_epoch = 1767225600; // 2026-01-01 00:00:00 UTC
-
-bool virtual_time = false;
-std::uint64_t virtual_now_ms = 0;
 
 timespec machine_time(clockid_t id)
 {
@@ -29,27 +26,27 @@ std::uint64_t machine_us()
            static_cast<std::uint64_t>(time.tv_nsec) / 1000U;
 }
 
-std::uint64_t now_ms()
+std::uint64_t Clock::now_ms() const
 {
-    return virtual_time ? virtual_now_ms : machine_us() / 1000U;
+    return virtual_ ? virtual_now_ms_ : machine_us() / 1000U;
 }
 
-std::uint64_t after_ms(std::uint64_t milliseconds)
+std::uint64_t Clock::after_ms(std::uint64_t milliseconds) const
 {
-    return milliseconds + (virtual_time ? virtual_now_ms : (machine_us() + 999U) / 1000U);
+    return milliseconds + (virtual_ ? virtual_now_ms_ : (machine_us() + 999U) / 1000U);
 }
 
-std::int64_t seconds()
+std::int64_t Clock::seconds() const
 {
-    if (virtual_time)
-        return virtual_epoch + static_cast<std::int64_t>(virtual_now_ms / 1000U);
+    if (virtual_)
+        return virtual_epoch + static_cast<std::int64_t>(virtual_now_ms_ / 1000U);
     return machine_time(CLOCK_REALTIME).tv_sec;
 }
 
-void wait_ms(std::uint64_t milliseconds)
+void Clock::wait_ms(std::uint64_t milliseconds)
 {
-    if (virtual_time) {
-        virtual_now_ms += milliseconds;
+    if (virtual_) {
+        virtual_now_ms_ += milliseconds;
         return;
     }
     timespec rest{static_cast<time_t>(milliseconds / 1000U),
@@ -58,20 +55,15 @@ void wait_ms(std::uint64_t milliseconds)
     }
 }
 
-void make_virtual()
+void Clock::make_virtual()
 {
-    virtual_time = true;
-    virtual_now_ms = 0;
+    virtual_ = true;
+    virtual_now_ms_ = 0;
 }
 
-bool is_virtual()
+void Clock::advance_to(std::uint64_t milliseconds)
 {
-    return virtual_time;
+    virtual_now_ms_ = std::max(virtual_now_ms_, milliseconds);
 }
 
-void advance_to(std::uint64_t milliseconds)
-{
-    virtual_now_ms = std::max(virtual_now_ms, milliseconds);
-}
-
-} // namespace host::clock
+} // namespace host

@@ -14,10 +14,9 @@
 #include "host/base/descriptor.h"
 #include "host/base/integer.h"
 #include "host/base/text_file.h"
-#include "host/board/board_wires.h"
 #include "host/board/gpio_file.h"
 
-namespace host::board {
+namespace host {
 namespace {
 
 struct DirectionWord {
@@ -37,6 +36,7 @@ constexpr std::array<std::string_view, 4> edge_words = {"none", "rising", "falli
 
 struct Target {
     const std::string& root;
+    BoardWires& wires;
     GpioFile file;
     int fd;
 
@@ -133,7 +133,7 @@ int export_line(const Target& target, std::string_view word)
     const std::string draft = target.directory() + ".gpio" + std::to_string(number);
     remove_line(draft); // left by a process that was killed
     const std::array<std::pair<const char*, std::string_view>, 4> files = {{
-        {"/value", level_outside(target.root, number)},
+        {"/value", target.wires.level(number)},
         {"/direction", "in\n"},
         {"/edge", "none\n"},
         {"/active_low", "0\n"},
@@ -187,7 +187,7 @@ int set_direction(const Target& target, std::string_view word)
     std::string_view wire = found->value;
     std::int32_t number = 0;
     if (wire.empty() && is_output(target) && read_kernel_number(target.file.line, number) == 0)
-        wire = level_outside(target.root, number);
+        wire = target.wires.level(number);
     if (!wire.empty()) {
         const int result = set_file(target.line() + "/value", 0, shown(target, wire));
         if (result != 0)
@@ -260,9 +260,9 @@ int check(const Target& target)
 
 } // namespace
 
-ssize_t write(const std::string& root, std::string_view path, int fd, std::string_view text)
+ssize_t Board::write(std::string_view path, int fd, std::string_view text)
 {
-    const Target target{root, gpio_file(path), fd};
+    const Target target{root_, wires_, gpio_file(path), fd};
     const auto* const reaction =
         std::find_if(reactions.begin(), reactions.end(),
                      [&](const Reaction& candidate) { return candidate.kind == target.file.kind; });
@@ -276,7 +276,7 @@ ssize_t write(const std::string& root, std::string_view path, int fd, std::strin
     return result != 0 ? result : static_cast<ssize_t>(text.size());
 }
 
-int check_open(std::string_view path, int flags)
+int Board::check_open(std::string_view path, int flags)
 {
     using Kind = GpioFile::Kind;
     const Kind kind = gpio_file(path).kind;
@@ -286,4 +286,4 @@ int check_open(std::string_view path, int flags)
     return refused ? -EACCES : 0;
 }
 
-} // namespace host::board
+} // namespace host

@@ -1,4 +1,15 @@
 // SPDX-License-Identifier: MIT
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+#include <string_view>
+
+#include "host/board/board_wires.h"
+
+namespace host {
+
 // A board that is made of plain files: what the kernel does when a device file is written.
 //
 //   /sys/class/gpio/export     makes the line's directory "gpioN" with direction "in" and its
@@ -22,25 +33,28 @@
 // loop at once.
 //
 // No file is ever empty while its content changes.
-#pragma once
+class Board {
+public:
+    // `root` has no slash at its end; the log must outlive the board.
+    Board(std::string root, Log& log) : root_(std::move(root)), wires_(root_ + "/lines", log) {}
 
-#include <sys/types.h>
+    const std::string& root() const { return root_; }
 
-#include <string>
-#include <string_view>
+    // A write of `text` to the file that `fd` has open, whose path on the board is `path`
+    // (absolute, without double slashes). Returns the bytes taken or a negative errno: the kernel's
+    // EINVAL for a word, number or line that it does not know, ERANGE for a number beyond 32 bits,
+    // EBUSY for a line that is exported already, EPERM for the value of an input, EIO for the edge
+    // of an output, ENODEV for a line that was unexported meanwhile, EBADF for a descriptor that is
+    // open for reading only.
+    ssize_t write(std::string_view path, int fd, std::string_view text);
 
-namespace host::board {
+    // 0 when the file may be opened with those flags, otherwise -EACCES: there are files that root
+    // itself can only read, or only write.
+    static int check_open(std::string_view path, int flags);
 
-// A write of `text` to the file that `fd` has open, whose path on the board is `path` (absolute,
-// without double slashes). `root` has no slash at its end. Returns the bytes taken or a negative
-// errno: the kernel's EINVAL for a word, number or line that it does not know, ERANGE for a number
-// beyond 32 bits, EBUSY for a line that is exported already, EPERM for the value of an input, EIO
-// for the edge of an output, ENODEV for a line that was unexported meanwhile, EBADF for a
-// descriptor that is open for reading only.
-ssize_t write(const std::string& root, std::string_view path, int fd, std::string_view text);
+private:
+    std::string root_;
+    BoardWires wires_;
+};
 
-// 0 when the file may be opened with those flags, otherwise -EACCES: there are files that root
-// itself can only read, or only write.
-int check_open(std::string_view path, int flags);
-
-} // namespace host::board
+} // namespace host

@@ -5,11 +5,10 @@
 #include <optional>
 #include <utility>
 
-#include "ap/log.h"
 #include "host/base/integer.h"
 #include "host/base/text_file.h"
 
-namespace host::board {
+namespace host {
 namespace {
 
 // A row "NUMBER LEVEL" of the file "lines" without its comment; none when it is anything else.
@@ -27,11 +26,9 @@ std::optional<std::pair<std::int32_t, std::int32_t>> wire_row(std::string_view r
 
 } // namespace
 
-std::string_view level_outside(const std::string& root, int number)
+std::string_view BoardWires::level(int number)
 {
-    static int reported = 0;
-    const std::string path = root + "/lines";
-    const std::string content = read_text(path).value_or("");
+    const std::string content = read_text(path_).value_or("");
     std::string_view rest = content;
     std::string_view level = "0\n";
     for (int row = 1; const auto line = take_line(rest); ++row) {
@@ -39,12 +36,12 @@ std::string_view level_outside(const std::string& root, int number)
         const auto wire = wire_row(text);
         if (wire && wire->first == number)
             level = wire->second == 0 ? "0\n" : "1\n";
-        if (wire || text.empty() || row <= reported)
+        if (wire || text.empty() || row <= reported_)
             continue;
-        reported = row;
-        qv_slog(4, "%s:%d: write 'NUMBER LEVEL', with level 0 or 1\n", path.c_str(), row);
+        reported_ = row;
+        log_.write(4, "%s:%d: write 'NUMBER LEVEL', with level 0 or 1\n", path_.c_str(), row);
     }
     return level;
 }
 
-} // namespace host::board
+} // namespace host

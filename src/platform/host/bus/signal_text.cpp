@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: MIT
-// Bus signals in words.
+#include "host/bus/signal_text.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdio>
 #include <optional>
 
 #include "host/base/printable.h"
-#include "host/bus/bus.h"
-#include "host/host/host.h"
 
 namespace host {
 namespace {
@@ -39,19 +38,19 @@ struct Description {
     std::string text;
 };
 
-std::string event_name(std::uint32_t id)
+std::string event_name(Store& store, std::uint32_t id)
 {
     std::array<char, 32> text;
     std::snprintf(text.data(), text.size(), "txt.evh.stxt.%d", static_cast<std::int32_t>(id));
     std::string_view name;
-    if (instance().store->recall(text.data(), name) == 0 && !name.empty())
+    if (store.recall(text.data(), name) == 0 && !name.empty())
         return printable(name, longest_shown_text);
     std::snprintf(text.data(), text.size(), "0x%x", id);
     return text.data();
 }
 
 // u32 event id, u16 unit, u16 unit index, u32 value, u32 state.
-std::optional<Description> event_report(const Payload& payload)
+std::optional<Description> event_report(Store& store, const Payload& payload)
 {
     constexpr std::uint32_t cleared = 1;
     constexpr std::uint32_t raised = 2;
@@ -60,10 +59,11 @@ std::optional<Description> event_report(const Payload& payload)
     const std::uint32_t state = payload.word(12);
     if (state != cleared && state != raised)
         return std::nullopt;
-    return Description{true, (state == raised ? "raise " : "clear ") + event_name(payload.word(0))};
+    return Description{true, (state == raised ? "raise " : "clear ") +
+                                 event_name(store, payload.word(0))};
 }
 
-std::optional<Description> event_definitions(const Payload& payload)
+std::optional<Description> event_definitions(Store&, const Payload& payload)
 {
     constexpr std::size_t record = 12;
     if (payload.length == 0 || payload.length % record != 0)
@@ -77,7 +77,7 @@ const char* on_off(char flag)
 }
 
 // u32 port, u8 power, three bytes of padding.
-std::optional<Description> poe_port(const Payload& payload)
+std::optional<Description> poe_port(Store&, const Payload& payload)
 {
     if (!payload.has_size(8))
         return std::nullopt;
@@ -85,7 +85,7 @@ std::optional<Description> poe_port(const Payload& payload)
                        "port " + std::to_string(payload.word(0)) + " " + on_off(payload.bytes[4])};
 }
 
-std::optional<Description> poe_supply(const Payload& payload)
+std::optional<Description> poe_supply(Store&, const Payload& payload)
 {
     if (!payload.has_size(1))
         return std::nullopt;
@@ -94,7 +94,7 @@ std::optional<Description> poe_supply(const Payload& payload)
 
 struct KnownSignal {
     std::string_view name;
-    std::optional<Description> (*describe)(const Payload&);
+    std::optional<Description> (*describe)(Store&, const Payload&);
 };
 
 constexpr std::array<KnownSignal, 4> known_signals{{
@@ -135,13 +135,14 @@ std::string generic_text(const Payload& payload)
 
 } // namespace
 
-std::string describe_signal(std::string_view name, std::string_view bytes, std::size_t length)
+std::string describe_signal(Store& store, std::string_view name, std::string_view bytes,
+                            std::size_t length)
 {
     const Payload payload{bytes, length};
     std::optional<Description> description;
     for (const KnownSignal& known : known_signals) {
         if (known.name == name)
-            description = known.describe(payload);
+            description = known.describe(store, payload);
     }
     if (description && description->whole_line)
         return description->text;

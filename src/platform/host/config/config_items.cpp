@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Several keys of the configuration database in one call.
+#include "host/config/config_items.h"
+
 #include <regex.h>
 
 #include <algorithm>
@@ -8,12 +9,10 @@
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <vector>
 
-#include "ap/config.h"
 #include "host/base/integer.h"
-#include "host/config/configuration.h"
-#include "host/host/host.h"
 
 namespace host {
 namespace {
@@ -138,16 +137,16 @@ struct Match {
     std::uint32_t length;
 };
 
-int find_matches(const Pattern& pattern, std::vector<Match>& matches)
+int find_matches(Configuration& config, const Pattern& pattern, std::vector<Match>& matches)
 {
     std::vector<std::string> keys;
-    if (const int error = config_list("", keys); error != 0)
+    if (const int error = config.list("", keys); error != 0)
         return error;
     for (std::string& key : keys) {
         if (!pattern.matches(key))
             continue;
         std::string_view value;
-        const int result = config_read(key, value);
+        const int result = config.read(key, value);
         if (result == -ENOENT)
             continue; // removed since it was listed
         if (result != 0 && !concerns_value(result))
@@ -189,23 +188,22 @@ config_data_t* pack(const std::vector<Match>& matches)
 }
 
 } // namespace
-} // namespace host
 
-int config_readv(const char* prefix, unsigned int count, config_data_t* items)
+int read_items(Configuration& config, const char* prefix, unsigned int count, config_data_t* items)
 {
-    if (!host::instance().connected)
+    if (!config.connected())
         return -ENOTCONN;
-    if (const int error = host::check_items(prefix, count, items); error != 0)
+    if (const int error = check_items(prefix, count, items); error != 0)
         return error;
     int found = 0;
     for (unsigned int i = 0; i < count; ++i) {
         config_data_t& item = items[i];
         std::string_view value;
-        const int result = host::config_read(item.key, value);
-        if (result != 0 && !host::concerns_value(result))
+        const int result = config.read(item.key, value);
+        if (result != 0 && !concerns_value(result))
             return result;
         const bool integer = item.type == CONFIG_TYPE_INTEGER;
-        item.status = result == 0 ? host::store_value(value, item) : result;
+        item.status = result == 0 ? store_value(value, item) : result;
         item.length = integer && item.status == 0 ? std::uint32_t{sizeof(std::int32_t)}
                                                   : static_cast<std::uint32_t>(value.size());
         found += item.status == 0 ? 1 : 0;
@@ -213,37 +211,39 @@ int config_readv(const char* prefix, unsigned int count, config_data_t* items)
     return found;
 }
 
-int config_writev(const char* prefix, unsigned int count, const config_data_t* items)
+int write_items(Configuration& config, const char* prefix, unsigned int count,
+                const config_data_t* items)
 {
-    if (count > host::most_items)
+    if (count > most_items)
         return -E2BIG;
-    if (const int error = host::check_items(prefix, count, items); error != 0)
+    if (const int error = check_items(prefix, count, items); error != 0)
         return error;
-    std::vector<host::NumberText> numbers(count);
-    std::vector<host::Write> writes;
+    std::vector<NumberText> numbers(count);
+    std::vector<Write> writes;
     writes.reserve(count);
     for (unsigned int i = 0; i < count; ++i) {
         std::string_view value;
-        if (const int error = host::value_of(items[i], numbers[i], value); error != 0)
+        if (const int error = value_of(items[i], numbers[i], value); error != 0)
             return error;
         writes.push_back({items[i].key, value});
     }
-    return host::config_write(writes);
+    return config.write(writes);
 }
 
-int config_readm(const char* pattern, unsigned int* count, config_data_t** items)
+int read_matching(Configuration& config, const char* pattern, unsigned int* count,
+                  config_data_t** items)
 {
-    if (pattern == nullptr || strnlen(pattern, host::longest_pattern + 1) > host::longest_pattern)
+    if (pattern == nullptr || strnlen(pattern, longest_pattern + 1) > longest_pattern)
         return -EINVAL;
-    const host::Pattern compiled(pattern);
+    const Pattern compiled(pattern);
     if (!compiled.valid())
         return -EINVAL;
-    std::vector<host::Match> matches;
-    if (const int error = host::find_matches(compiled, matches); error != 0)
+    std::vector<Match> matches;
+    if (const int error = find_matches(config, compiled, matches); error != 0)
         return error;
     config_data_t* packed = nullptr;
     if (!matches.empty()) {
-        packed = host::pack(matches);
+        packed = pack(matches);
         if (packed == nullptr)
             return -ENOMEM;
     }
@@ -252,17 +252,4 @@ int config_readm(const char* pattern, unsigned int* count, config_data_t** items
     return 0;
 }
 
-std::uint32_t config_parse(const config_data_t* item, const config_field_t* table,
-                           unsigned int entries)
-{
-    if (item->type != CONFIG_TYPE_INTEGER || item->data == nullptr || item->status != 0 ||
-        item->size < sizeof(std::int32_t))
-        return CONFIG_NO_FIELD;
-    for (unsigned int i = 0; i < entries; ++i) {
-        if (std::strcmp(item->key, table[i].key) != 0)
-            continue;
-        std::memcpy(table[i].value, item->data, sizeof(std::int32_t));
-        return i;
-    }
-    return CONFIG_NO_FIELD;
-}
+} // namespace host

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// What the console and the seed need of the configuration database beyond ap/config.h.
 #pragma once
 
 #include <span>
@@ -7,7 +6,9 @@
 #include <string_view>
 #include <vector>
 
+#include "host/config/change_dispatcher.h"
 #include "host/config/store.h"
+#include "host/log/journal.h"
 
 namespace host {
 
@@ -15,11 +16,40 @@ namespace host {
 int check_key(std::string_view key);
 int check_value(std::string_view value);
 
-// Writes together. 0 or a negative errno.
-int config_write(std::span<const Write> writes);
+// The configuration database as its users see it: checked keys and values, and each write noted in
+// the journal. Every call fails with -ENOTCONN before connect(). All that it is given must outlive
+// it.
+class Configuration {
+public:
+    Configuration(Store& store, ChangeDispatcher& changes, Journal& journal)
+        : store_(store), changes_(changes), journal_(journal)
+    {
+    }
 
-// As Store::read() and Store::list(), once the database is connected (-ENOTCONN before).
-int config_read(std::string_view key, std::string_view& value);
-int config_list(std::string_view prefix, std::vector<std::string>& keys);
+    // Whether the calls below are answered.
+    void connect(bool connected = true) { connected_ = connected; }
+    bool connected() const { return connected_; }
+
+    // The value of a key, valid until the next call. 0, -ENOENT, or another negative errno.
+    int read(std::string_view key, std::string_view& value);
+
+    // Writes together: 0, or a negative errno and nothing is written.
+    int write(std::span<const Write> writes);
+
+    // The keys that are `prefix` or stand below it, in order; all of them for an empty one.
+    int list(std::string_view prefix, std::vector<std::string>& keys);
+
+    // As config_change_register() and config_change_deregister().
+    int follow(std::string_view key, config_change_callback callback, void* user);
+    int unfollow(std::string_view key, config_change_callback callback, void* user);
+
+private:
+    void note(const Write& write);
+
+    Store& store_;
+    ChangeDispatcher& changes_;
+    Journal& journal_;
+    bool connected_ = false;
+};
 
 } // namespace host

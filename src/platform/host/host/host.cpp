@@ -9,11 +9,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "ap/log.h"
-#include "ap/loop.h"
 #include "host/config/memory_store.h"
 #include "host/config/seed.h"
-#include "host/log/trace.h"
 #include "host/loop/stop_signal.h"
 #include "host/redis/shared_store.h"
 
@@ -49,24 +46,65 @@ bool hold_standard_descriptors()
 
 [[maybe_unused]] const bool standard_descriptors_held = hold_standard_descriptors();
 
+Settings read_settings()
+{
+    std::string error;
+    const std::optional<Settings> settings = Settings::from_environment(error);
+    if (!settings)
+        refuse(error);
+    return *settings;
+}
+
+std::unique_ptr<Store> open_store(const Settings& settings, ChangeDispatcher& changes,
+                                  const Clock& clock, Log& log)
+{
+    std::string error;
+    if (!settings.database.empty()) {
+        auto store = open_shared_store(settings.database, settings.password_file, changes, clock,
+                                       log, error);
+        if (!store)
+            refuse(error, no_database);
+        return store;
+    }
+    auto store = std::make_unique<MemoryStore>(changes);
+    if (!settings.seed_file.empty() && !load_seed(settings.seed_file, *store, error))
+        refuse(error);
+    return store;
+}
+
 } // namespace
 
 Host::Host()
+    : settings(read_settings()), journal(clock), log(journal, settings.log_level),
+      store(open_store(settings, changes, clock, log)), configuration(*store, changes, journal),
+      bus(*store, journal, clock), devices(settings.board_root, journal, log),
+      sockets(settings.console_port, log),
+      supervision(log), shells{configuration, journal, bus, traces, loop}, terminal(shells, log)
 {
+}
+
+_fdloop_t* Host::make_loop()
+{
+    if (loop)
+        return loop.get();
     std::string error;
-    const std::optional<Settings> found = Settings::from_environment(error);
-    if (!found)
-        refuse(error);
-    settings = *found;
-    if (!settings.database.empty()) {
-        store = open_shared_store(settings, changes, error);
-        if (!store)
-            refuse(error, no_database);
-        return;
+    if (!traces.enable(settings.trace, error))
+        refuse("AP_TRACE: " + error);
+    loop = _fdloop_t::create(clock, log);
+    if (!loop) {
+        log.write(3, "There can be no loop: %s\n", std::strerror(errno));
+        return nullptr;
     }
-    store = std::make_unique<MemoryStore>(changes);
-    if (!settings.seed_file.empty() && !load_seed(settings.seed_file, *store, error))
-        refuse(error);
+    if (!settings.database.empty() && !settings.seed_file.empty())
+        log.write(4, "AP_DATABASE_SEED is not loaded: the database is shared with others\n");
+    if (const int result = watch_stop_signals(*loop); result != 0) {
+        log.write(3, "The loop cannot be stopped by a signal: %s\n", std::strerror(-result));
+        loop.reset();
+        return nullptr;
+    }
+    store->attach(*loop); // first: what it reads is delivered in the same turn
+    loop->add_deferred(&changes);
+    return loop.get();
 }
 
 Host& instance()
@@ -82,60 +120,3 @@ void forget_instance()
 }
 
 } // namespace host
-
-_fdloop_t* fdloop_init(void)
-{
-    host::Host& host = host::instance();
-    if (host.loop)
-        return host.loop.get();
-    std::string error;
-    if (!host::enable_traces(host.settings.trace, error))
-        host::refuse("AP_TRACE: " + error);
-    host.loop = _fdloop_t::create();
-    if (!host.loop) {
-        qv_slog(3, "There can be no loop: %s\n", std::strerror(errno));
-        return nullptr;
-    }
-    if (!host.settings.database.empty() && !host.settings.seed_file.empty())
-        qv_slog(4, "AP_DATABASE_SEED is not loaded: the database is shared with others\n");
-    if (const int result = host::watch_stop_signals(*host.loop); result != 0) {
-        qv_slog(3, "The loop cannot be stopped by a signal: %s\n", std::strerror(-result));
-        host.loop.reset();
-        return nullptr;
-    }
-    host.store->attach(*host.loop); // first: what it reads is delivered in the same turn
-    host.loop->add_deferred(&host.changes);
-    return host.loop.get();
-}
-
-int fdloop_loop(_fdloop_t* loop)
-{
-    return loop->run();
-}
-
-int fdloop_fd_register(_fdloop_t* loop, int fd, fdloop_fd_callback callback, void* user)
-{
-    return loop->add(fd, host::Condition::input, callback, user);
-}
-
-int fdloop_fd_register_except(_fdloop_t* loop, int fd, fdloop_fd_callback callback, void* user)
-{
-    return loop->add(fd, host::Condition::exception, callback, user);
-}
-
-int fdloop_fd_unregister_except(_fdloop_t* loop, int fd)
-{
-    return loop->remove(fd, host::Condition::exception);
-}
-
-int fdloop_timer_add(_fdloop_t* loop, unsigned int milliseconds, fdloop_timer_callback callback,
-                     void* user)
-{
-    return loop->add_timer(milliseconds, callback, user);
-}
-
-int fdloop_timer_set_interval(int timer_id, unsigned int milliseconds)
-{
-    const auto& loop = host::instance().loop;
-    return loop ? loop->restart_timer(timer_id, milliseconds) : -ENOENT;
-}

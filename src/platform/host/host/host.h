@@ -4,26 +4,44 @@
 
 #include <memory>
 
+#include "host/base/clock.h"
+#include "host/board/devices.h"
 #include "host/bus/bus.h"
 #include "host/config/change_dispatcher.h"
-#include "host/config/store.h"
+#include "host/config/configuration.h"
 #include "host/host/settings.h"
 #include "host/log/journal.h"
+#include "host/log/log.h"
+#include "host/log/trace_groups.h"
 #include "host/loop/loop.h"
+#include "host/net/sockets.h"
+#include "host/net/supervision.h"
+#include "host/shell/terminal_shell.h"
 
 namespace host {
 
+// In the order of making: each is given what stands above it.
 struct Host {
     Settings settings;
+    Clock clock;
     Journal journal;
-    SignalLog signals;
+    Log log;
+    TraceGroups traces;
     ChangeDispatcher changes;
     std::unique_ptr<Store> store;
-    std::unique_ptr<_fdloop_t> loop;
-    std::unique_ptr<_cbus_conn_t> bus;
-    bool connected = false; // the database answers
+    Configuration configuration;
+    _cbus_conn_t bus;
+    Devices devices;
+    Sockets sockets;
+    Supervision supervision;
+    std::unique_ptr<_fdloop_t> loop; // null before make_loop()
+    ShellContext shells;
+    TerminalShell terminal;
 
     Host();
+
+    // The loop, made at the first call; null when the kernel refuses one, which is logged.
+    _fdloop_t* make_loop();
 };
 
 // Made on first use, from the environment; what is wrong there is said in one line on standard

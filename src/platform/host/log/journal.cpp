@@ -4,15 +4,13 @@
 #include <cstdarg>
 #include <cstdio>
 
-#include "host/base/clock.h"
-
 namespace host {
 
 void Journal::write(const char* format, ...)
 {
     Slot& slot = slots_[last_ % capacity];
     ++last_;
-    slot.time_ms = clock::now_ms();
+    slot.time_ms = clock_.now_ms();
     va_list arguments;
     va_start(arguments, format);
     std::vsnprintf(slot.text.data(), slot.text.size(), format, arguments);

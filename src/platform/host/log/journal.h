@@ -18,6 +18,8 @@
 #include <cstdint>
 #include <string_view>
 
+#include "host/base/clock.h"
+
 namespace host {
 
 class Journal {
@@ -30,6 +32,8 @@ public:
         std::uint64_t time_ms;
         std::string_view text; // valid until the next line is written
     };
+
+    explicit Journal(const Clock& clock) : clock_(clock) {}
 
     void write(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
@@ -48,6 +52,7 @@ private:
         std::array<char, line_length> text;
     };
 
+    const Clock& clock_;
     std::array<Slot, capacity> slots_; // not touched before it is used: memory comes line by line
     std::uint64_t last_ = 0;
 };

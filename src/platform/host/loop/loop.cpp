@@ -8,15 +8,12 @@
 #include <climits>
 #include <cstring>
 
-#include "ap/log.h"
-#include "host/base/clock.h"
-
-std::unique_ptr<_fdloop_t> _fdloop_t::create()
+std::unique_ptr<_fdloop_t> _fdloop_t::create(host::Clock& clock, host::Log& log)
 {
     host::Descriptor epoll(epoll_create1(EPOLL_CLOEXEC));
     if (!epoll)
         return nullptr;
-    return std::unique_ptr<_fdloop_t>(new _fdloop_t(std::move(epoll)));
+    return std::unique_ptr<_fdloop_t>(new _fdloop_t(clock, log, std::move(epoll)));
 }
 
 bool _fdloop_t::later(const Timer& a, const Timer& b)
@@ -28,7 +25,7 @@ int _fdloop_t::add_timer(std::uint64_t milliseconds, fdloop_timer_callback callb
 {
     const int id = next_timer_id_;
     next_timer_id_ = id == INT_MAX ? 1 : id + 1;
-    timers_.push_back({host::clock::after_ms(milliseconds), ++timer_order_, id, callback, user});
+    timers_.push_back({clock_.after_ms(milliseconds), ++timer_order_, id, callback, user});
     std::push_heap(timers_.begin(), timers_.end(), later);
     return id;
 }
@@ -39,7 +36,7 @@ int _fdloop_t::restart_timer(int id, std::uint64_t milliseconds)
                                     [id](const Timer& candidate) { return candidate.id == id; });
     if (timer == timers_.end())
         return -ENOENT;
-    timer->due_ms = host::clock::after_ms(milliseconds);
+    timer->due_ms = clock_.after_ms(milliseconds);
     timer->order = ++timer_order_;
     std::make_heap(timers_.begin(), timers_.end(), later);
     return 0;
@@ -56,11 +53,11 @@ int _fdloop_t::remove_timer(int id)
 template <typename Callback>
 int _fdloop_t::timed(Callback&& callback)
 {
-    const std::uint64_t start = host::clock::machine_us();
+    const std::uint64_t start = host::machine_us();
     const int result = callback();
     if (callback_end_ != nullptr)
         callback_end_->callback_ended();
-    const std::uint64_t took = host::clock::machine_us() - start;
+    const std::uint64_t took = host::machine_us() - start;
     ++statistics_.callbacks;
     statistics_.longest_callback_us = std::max(statistics_.longest_callback_us, took);
     return result;
@@ -102,7 +99,7 @@ void _fdloop_t::run_edges()
 
 void _fdloop_t::run_due_timers()
 {
-    const std::uint64_t now = host::clock::now_ms();
+    const std::uint64_t now = clock_.now_ms();
     const std::uint64_t newest = timer_order_;
     while (!timers_.empty() && timers_.front().due_ms <= now && timers_.front().order <= newest) {
         const Timer timer = timers_.front();
@@ -139,7 +136,7 @@ int _fdloop_t::wait_time() const
         return 0;
     if (timers_.empty())
         return -1;
-    const std::uint64_t now = host::clock::now_ms();
+    const std::uint64_t now = clock_.now_ms();
     const std::uint64_t due = timers_.front().due_ms;
     return due <= now ? 0 : static_cast<int>(std::min<std::uint64_t>(due - now, INT_MAX));
 }
@@ -150,7 +147,7 @@ bool _fdloop_t::turn(int timeout_ms)
     const int count = epoll_wait(epoll_.get(), events.data(), events_per_turn, timeout_ms);
     if (count < 0 && errno != EINTR) {
         error_ = -errno;
-        qv_slog(1, "The event loop cannot wait any more: %s\n", std::strerror(errno));
+        log_.write(1, "The event loop cannot wait any more: %s\n", std::strerror(errno));
         stopping_ = true;
         return false;
     }
@@ -165,7 +162,7 @@ bool _fdloop_t::turn(int timeout_ms)
     }
     if (stale_event_)
         rebuild_epoll();
-    const bool timer_due = !timers_.empty() && timers_.front().due_ms <= host::clock::now_ms();
+    const bool timer_due = !timers_.empty() && timers_.front().due_ms <= clock_.now_ms();
     if (timer_due)
         run_due_timers();
     const bool worked = run_deferred();
@@ -179,9 +176,9 @@ int _fdloop_t::run()
         callback_end_->callback_ended();
     while (!stopping_) {
         const int timeout = wait_time();
-        if (timeout > 0 && host::clock::is_virtual()) {
+        if (timeout > 0 && clock_.is_virtual()) {
             if (!turn(0))
-                host::clock::advance_to(timers_.front().due_ms);
+                clock_.advance_to(timers_.front().due_ms);
             continue;
         }
         turn(timeout);
@@ -192,12 +189,12 @@ int _fdloop_t::run()
 
 void _fdloop_t::run_for(std::uint64_t milliseconds)
 {
-    const std::uint64_t end = host::clock::now_ms() + milliseconds;
+    const std::uint64_t end = clock_.now_ms() + milliseconds;
     while (!stopping_) {
         if (turn(0))
             continue;
         const bool timer_in_time = !timers_.empty() && timers_.front().due_ms <= end;
-        host::clock::advance_to(timer_in_time ? timers_.front().due_ms : end);
+        clock_.advance_to(timer_in_time ? timers_.front().due_ms : end);
         if (!timer_in_time)
             break;
     }

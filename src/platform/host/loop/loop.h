@@ -13,7 +13,9 @@
 #include <vector>
 
 #include "ap/loop.h"
+#include "host/base/clock.h"
 #include "host/base/descriptor.h"
+#include "host/log/log.h"
 #include "host/loop/edge_watcher.h"
 
 namespace host {
@@ -46,8 +48,8 @@ struct LoopStatistics {
 
 struct _fdloop_t {
 public:
-    // Null when the kernel refuses a descriptor; errno says why.
-    static std::unique_ptr<_fdloop_t> create();
+    // Null when the kernel refuses a descriptor; errno says why. Both must outlive the loop.
+    static std::unique_ptr<_fdloop_t> create(host::Clock& clock, host::Log& log);
 
     // As the functions of ap/loop.h, for every condition; remove_timer() gives -ENOENT when the
     // timer is not pending.
@@ -92,7 +94,10 @@ private:
     };
     static bool later(const Timer& a, const Timer& b);
 
-    _fdloop_t(host::Descriptor epoll) : epoll_(std::move(epoll)) {}
+    _fdloop_t(host::Clock& clock, host::Log& log, host::Descriptor epoll)
+        : clock_(clock), log_(log), epoll_(std::move(epoll))
+    {
+    }
 
     // What is watched: loop_watches.cpp.
     int watch_plain_file(int fd, Watch& watch);
@@ -113,6 +118,8 @@ private:
     static constexpr int events_per_turn = 32;
     static constexpr std::uint32_t edges_generation = 0; // of the plain files' notifier alone
 
+    host::Clock& clock_;
+    host::Log& log_;
     host::Descriptor epoll_;
     std::vector<Watch> watches_; // index: descriptor
     std::vector<Timer> timers_;  // a heap, the next one first

@@ -8,7 +8,6 @@
 #include <csignal>
 #include <cstdint>
 
-#include "ap/log.h"
 #include "host/base/descriptor.h"
 #include "host/loop/loop.h"
 
@@ -51,16 +50,16 @@ int watch_stop_signals(_fdloop_t& loop)
     return descriptor < 0 ? descriptor : loop.add(descriptor, Condition::input, stop_loop, &loop);
 }
 
-} // namespace host
-
-void qv_set_default_sig_handlers(void)
+void handle_stop_signals()
 {
-    host::wake_descriptor(); // made here, not inside the handler
+    wake_descriptor(); // made here, not inside the handler
     struct sigaction stop {};
-    stop.sa_handler = host::on_stop_signal;
+    stop.sa_handler = on_stop_signal;
     sigaction(SIGTERM, &stop, nullptr);
     sigaction(SIGINT, &stop, nullptr);
     struct sigaction ignore {};
     ignore.sa_handler = SIG_IGN;
     sigaction(SIGPIPE, &ignore, nullptr);
 }
+
+} // namespace host

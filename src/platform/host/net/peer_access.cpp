@@ -13,8 +13,6 @@
 #include <string>
 #include <utility>
 
-#include "ap/log.h"
-
 namespace host {
 namespace {
 
@@ -52,16 +50,6 @@ bool get_ends(int fd, sockaddr_in& peer, sockaddr_in& own)
            peer.sin_family == AF_INET && own.sin_family == AF_INET;
 }
 
-// Anybody on the machine can knock, as often as they like.
-std::string last_refused;
-
-int refuse(const std::string& client)
-{
-    if (std::exchange(last_refused, client) != client)
-        qv_slog(4, "Console: a client %s is refused\n", client.c_str());
-    return -EACCES;
-}
-
 } // namespace
 
 std::optional<uid_t> find_owner(std::FILE* table, const sockaddr_in& peer, const sockaddr_in& own)
@@ -83,7 +71,14 @@ std::optional<uid_t> find_owner(std::FILE* table, const sockaddr_in& peer, const
     return std::nullopt;
 }
 
-int check_peer(int fd)
+int PeerAccess::refuse(const std::string& client)
+{
+    if (std::exchange(last_refused_, client) != client)
+        log_.write(4, "Console: a client %s is refused\n", client.c_str());
+    return -EACCES;
+}
+
+int PeerAccess::check(int fd)
 {
     sockaddr_in peer{};
     sockaddr_in own{};
@@ -99,7 +94,7 @@ int check_peer(int fd)
             continue;
         if (*owner != 0 && *owner != geteuid())
             return refuse("of user " + std::to_string(*owner));
-        last_refused.clear();
+        last_refused_.clear();
         return 0;
     }
     return refuse(std::string("without an owner in ") + tables[0]);

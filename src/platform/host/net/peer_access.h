@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Who may use the console: a loopback port is open to every local user.
 #pragma once
 
 #include <netinet/in.h>
@@ -7,6 +6,9 @@
 
 #include <cstdio>
 #include <optional>
+#include <string>
+
+#include "host/log/log.h"
 
 namespace host {
 
@@ -14,9 +16,22 @@ namespace host {
 // form of /proc/net/tcp or /proc/net/tcp6 says; empty when the table does not have it.
 std::optional<uid_t> find_owner(std::FILE* table, const sockaddr_in& peer, const sockaddr_in& own);
 
-// 0 when the other end of the connection `fd` belongs to root or to this process's user. -EACCES
-// when not: one log line says who was refused, and is not repeated until somebody is let in.
-// -EMFILE or -ENFILE, not logged, when there was no descriptor left to look it up with.
-int check_peer(int fd);
+// Who may use the console: a loopback port is open to every local user.
+class PeerAccess {
+public:
+    // The log must outlive the object.
+    explicit PeerAccess(Log& log) : log_(log) {}
+
+    // 0 when the other end of the connection `fd` belongs to root or to this process's user.
+    // -EACCES when not: one log line says who was refused, and is not repeated until somebody is
+    // let in. -EMFILE or -ENFILE, not logged, when there was no descriptor left to look it up with.
+    int check(int fd);
+
+private:
+    int refuse(const std::string& client);
+
+    Log& log_;
+    std::string last_refused_; // anybody on the machine can knock, as often as they like
+};
 
 } // namespace host

@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The application manager's part is played by whoever reads the socket in NOTIFY_SOCKET: the
-// sd_notify protocol, one datagram for each message.
-#include "ap/supervision.h"
+#include "host/net/supervision.h"
 
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -9,86 +7,26 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
-#include <cstdint>
-#include <cstdio>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
-#include <optional>
 #include <string>
-#include <string_view>
 
-#include "ap/log.h"
 #include "host/base/descriptor.h"
-#include "host/loop/loop.h"
 
 namespace host {
 namespace {
 
-struct Supervision {
-    _fdloop_t* loop = nullptr;
-    std::uint64_t dead_time_ms = 0; // 0: nobody waits for signs of life
-    int timer = 0;
-    bool failing = false; // the last message was lost, and that was logged
-};
-
-Supervision& supervision()
-{
-    static Supervision state;
-    return state;
-}
-
-bool notify(std::string_view message)
+const char* supervisor()
 {
     const char* const path = std::getenv("NOTIFY_SOCKET");
-    if (path == nullptr || *path == '\0')
-        return true;
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    const std::size_t length = std::strlen(path);
-    const Descriptor socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    bool sent = false;
-    if (length < sizeof address.sun_path && socket) {
-        std::memcpy(address.sun_path, path, length);
-        if (address.sun_path[0] == '@')
-            address.sun_path[0] = '\0'; // a name without a file
-        const auto size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + length);
-        sent = sendto(socket.get(), message.data(), message.size(), MSG_NOSIGNAL,
-                      reinterpret_cast<const sockaddr*>(&address), size) >= 0;
-    } else if (socket) {
-        errno = ENAMETOOLONG;
-    }
-    if (!sent && !supervision().failing)
-        qv_slog(4, "Supervision at %s is not reached: %s\n", path, std::strerror(errno));
-    supervision().failing = !sent;
-    return sent;
-}
-
-int beat(void*);
-
-// Half the dead time: one beat may be late without harm. There is one timer at most.
-void schedule_beat()
-{
-    Supervision& state = supervision();
-    if (state.loop == nullptr || state.dead_time_ms == 0)
-        return;
-    const std::uint64_t wait = std::max<std::uint64_t>(state.dead_time_ms / 2, 1);
-    if (state.timer == 0 || state.loop->restart_timer(state.timer, wait) != 0)
-        state.timer = state.loop->add_timer(wait, beat, nullptr);
-}
-
-int beat(void*)
-{
-    supervision().timer = 0;
-    if (supervision().dead_time_ms > 0) // nobody may wait any more
-        notify("WATCHDOG=1");
-    schedule_beat();
-    return 0;
+    return path != nullptr && *path != '\0' ? path : nullptr;
 }
 
 std::uint64_t dead_time_from_environment()
 {
     const char* const text = std::getenv("WATCHDOG_USEC");
-    if (text == nullptr || std::getenv("NOTIFY_SOCKET") == nullptr)
+    if (text == nullptr || supervisor() == nullptr)
         return 0;
     std::uint64_t microseconds = 0;
     const char* const end = text + std::strlen(text);
@@ -96,32 +34,80 @@ std::uint64_t dead_time_from_environment()
     return error == std::errc{} && stop == end ? microseconds / 1000U : 0;
 }
 
-} // namespace
-} // namespace host
-
-int appmgr_alive_fdloop_register(_fdloop_t* loop)
+// 0 or a negative errno.
+int send_datagram(const char* path, std::string_view message)
 {
-    host::Supervision& state = host::supervision();
-    if (state.loop != loop)
-        state = {};
-    state.loop = loop;
-    state.dead_time_ms = host::dead_time_from_environment();
-    host::schedule_beat();
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    const std::size_t length = std::strlen(path);
+    if (length >= sizeof address.sun_path)
+        return -ENAMETOOLONG;
+    std::memcpy(address.sun_path, path, length);
+    if (address.sun_path[0] == '@')
+        address.sun_path[0] = '\0'; // a name without a file
+    const Descriptor socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    const auto size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + length);
+    const bool sent = socket && sendto(socket.get(), message.data(), message.size(), MSG_NOSIGNAL,
+                                       reinterpret_cast<const sockaddr*>(&address), size) >= 0;
+    return sent ? 0 : -errno;
+}
+
+} // namespace
+
+bool Supervision::notify(std::string_view message)
+{
+    const char* const path = supervisor();
+    if (path == nullptr)
+        return true;
+    const int error = send_datagram(path, message);
+    if (error != 0 && !failing_)
+        log_.write(4, "Supervision at %s is not reached: %s\n", path, std::strerror(-error));
+    failing_ = error != 0;
+    return !failing_;
+}
+
+// Half the dead time: one beat may be late without harm. There is one timer at most.
+void Supervision::schedule_beat()
+{
+    if (loop_ == nullptr || dead_time_ms_ == 0)
+        return;
+    const std::uint64_t wait = std::max<std::uint64_t>(dead_time_ms_ / 2, 1);
+    if (timer_ == 0 || loop_->restart_timer(timer_, wait) != 0)
+        timer_ = loop_->add_timer(wait, beat, this);
+}
+
+int Supervision::beat(void* self)
+{
+    auto& supervision = *static_cast<Supervision*>(self);
+    supervision.timer_ = 0;
+    if (supervision.dead_time_ms_ > 0) // nobody may wait any more
+        supervision.notify("WATCHDOG=1");
+    supervision.schedule_beat();
     return 0;
 }
 
-int appmgr_set_dead_time(unsigned int milliseconds)
+int Supervision::give_signs(_fdloop_t* loop)
 {
-    host::Supervision& state = host::supervision();
-    if (std::getenv("NOTIFY_SOCKET") == nullptr)
-        return 0;
-    state.dead_time_ms = milliseconds;
-    host::schedule_beat();
-    const std::string message = "WATCHDOG_USEC=" + std::to_string(1000ULL * milliseconds);
-    return host::notify(message) ? 0 : -EIO;
+    if (loop_ != loop)
+        timer_ = 0;
+    loop_ = loop;
+    dead_time_ms_ = dead_time_from_environment();
+    schedule_beat();
+    return 0;
 }
 
-int appmgr_signal(void)
+int Supervision::set_dead_time(std::uint64_t milliseconds)
 {
-    return host::notify("READY=1") ? 0 : -EIO;
+    if (supervisor() == nullptr)
+        return 0;
+    dead_time_ms_ = milliseconds;
+    schedule_beat();
+    return notify("WATCHDOG_USEC=" + std::to_string(1000U * milliseconds)) ? 0 : -EIO;
 }
+
+int Supervision::announce_ready()
+{
+    return notify("READY=1") ? 0 : -EIO;
+}
+
+} // namespace host

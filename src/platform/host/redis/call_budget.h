@@ -28,7 +28,7 @@ public:
     std::uint64_t deadline() const
     {
         const std::uint64_t left = used_us_ < start_us ? start_us - used_us_ : 0;
-        return clock::machine_us() + (starting_ ? left : call_us);
+        return machine_us() + (starting_ ? left : call_us);
     }
 
     void use(std::uint64_t microseconds) { used_us_ += microseconds; }

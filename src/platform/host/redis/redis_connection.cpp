@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <cstring>
 
-#include "ap/log.h"
 #include "host/redis/redis_store.h"
 
 namespace host {
@@ -136,7 +135,7 @@ void RedisStore::log_refusal(const std::string& error)
     if (error == last_refusal_)
         return;
     last_refusal_ = error;
-    qv_slog(3, "Shared database %s: %s\n", access_.name.c_str(), error.c_str());
+    log_.write(3, "Shared database %s: %s\n", access_.name.c_str(), error.c_str());
 }
 
 // False without `error`: not yet.
@@ -185,11 +184,11 @@ void RedisStore::become_usable()
 void RedisStore::become_live(std::size_t changes)
 {
     state_ = State::live;
-    live_ms_ = clock::now_ms();
+    live_ms_ = clock_.now_ms();
     for (const std::string& definitions : definitions_)
         pipeline_.publish(definition_signal, definitions);
-    qv_slog(5, "Shared database %s is back after %llu ms; %zu keys have changed\n",
-            access_.name.c_str(), static_cast<unsigned long long>(live_ms_ - lost_ms_), changes);
+    log_.write(5, "Shared database %s is back after %llu ms; %zu keys have changed\n",
+               access_.name.c_str(), static_cast<unsigned long long>(live_ms_ - lost_ms_), changes);
     was_lost_ = false;
     last_refusal_.clear();
 }
@@ -209,14 +208,14 @@ void RedisStore::drop(const std::string& reason)
         return;
     const bool was_live = state_ == State::live;
     unwatch_links();
-    if (was_live && clock::now_ms() - live_ms_ >= steady_ms)
+    if (was_live && clock_.now_ms() - live_ms_ >= steady_ms)
         delay_ms_ = 0;
     state_ = State::down;
     if (!was_lost_) {
         was_lost_ = true;
-        lost_ms_ = clock::now_ms();
-        qv_slog(3, "Shared database %s is lost: %s; trying again until it is back\n",
-                access_.name.c_str(), reason.c_str());
+        lost_ms_ = clock_.now_ms();
+        log_.write(3, "Shared database %s is lost: %s; trying again until it is back\n",
+                   access_.name.c_str(), reason.c_str());
     }
     pipeline_.close();
     subscriber_.close();
@@ -264,7 +263,7 @@ void RedisStore::watch_for_answers()
         {
             auto* const self = static_cast<RedisStore*>(user);
             self->answer_timer_ = 0;
-            const std::uint64_t now = clock::machine_us();
+            const std::uint64_t now = machine_us();
             const bool late = (self->pipeline_.outstanding() &&
                                now - self->pipeline_.oldest_us() >= CallBudget::call_us) ||
                               (!self->subscriber_.settled() &&

@@ -149,7 +149,7 @@ int RedisLink::wait(std::uint64_t deadline_us)
     while (true) {
         if (const int error = flush(); error != 0)
             return error;
-        const std::uint64_t now = clock::machine_us();
+        const std::uint64_t now = machine_us();
         if (now >= deadline_us)
             return -ETIMEDOUT;
         const std::uint64_t left_ms = (deadline_us - now + 999U) / 1000U;

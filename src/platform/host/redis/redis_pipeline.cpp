@@ -10,7 +10,7 @@ void RedisPipeline::open(std::unique_ptr<RedisLink> link, const std::string& pas
 {
     close();
     link_ = std::move(link);
-    const Sent sent{Kind::opening, clock::machine_us()};
+    const Sent sent{Kind::opening, machine_us()};
     if (!password.empty())
         append(sent, {{"AUTH", password}});
     const std::string number = std::to_string(database);
@@ -35,7 +35,7 @@ void RedisPipeline::append(Sent sent, std::span<const std::string_view> words)
 void RedisPipeline::write(std::uint64_t id, std::span<const Write> writes)
 {
     // One MSET for values that stand together, one DEL for each removal.
-    const Sent queued{Kind::queued, clock::machine_us()};
+    const Sent queued{Kind::queued, machine_us()};
     Sent last{Kind::write, queued.time_us, id};
     std::vector<std::vector<std::string_view>> commands;
     for (const Write& write : writes) {
@@ -62,26 +62,26 @@ void RedisPipeline::write(std::uint64_t id, std::span<const Write> writes)
 
 void RedisPipeline::publish(std::string_view channel, std::string_view payload)
 {
-    append({Kind::signal, clock::machine_us()}, {{"PUBLISH", channel, payload}});
+    append({Kind::signal, machine_us()}, {{"PUBLISH", channel, payload}});
 }
 
 void RedisPipeline::ask(std::initializer_list<std::string_view> words)
 {
-    append({Kind::question, clock::machine_us()}, std::span(words.begin(), words.size()));
+    append({Kind::question, machine_us()}, std::span(words.begin(), words.size()));
     ++questions_;
 }
 
 int RedisPipeline::answers(std::vector<Reply>& replies, std::uint64_t deadline_us)
 {
     replies.clear();
-    const std::uint64_t start = clock::machine_us();
+    const std::uint64_t start = machine_us();
     int error = handle_replies(&replies);
     while (error == 0 && questions_ > 0) {
         error = link_->wait(deadline_us);
         if (error == 0)
             error = handle_replies(&replies);
     }
-    budget_.use(clock::machine_us() - start);
+    budget_.use(machine_us() - start);
     return error;
 }
 

@@ -133,11 +133,11 @@ RedisStore::Verdict RedisStore::check_server(std::string& error)
 
 bool RedisStore::await_handshake(std::string& error)
 {
-    const std::uint64_t deadline = clock::machine_us() + start_patience_us;
+    const std::uint64_t deadline = machine_us() + start_patience_us;
     while (!handshake_done(error)) {
         if (!error.empty())
             return false;
-        if (clock::machine_us() >= deadline) {
+        if (machine_us() >= deadline) {
             error = no_answer;
             return false;
         }
@@ -165,9 +165,9 @@ RedisStore::Verdict RedisStore::try_start(std::string& error)
 
 bool RedisStore::start(std::string& error)
 {
-    const std::uint64_t end = clock::machine_us() + loading_patience_us;
+    const std::uint64_t end = machine_us() + loading_patience_us;
     Verdict verdict = try_start(error);
-    while (verdict == Verdict::loading && clock::machine_us() < end) {
+    while (verdict == Verdict::loading && machine_us() < end) {
         poll(nullptr, 0, loading_poll_ms);
         verdict = try_start(error);
     }
@@ -175,35 +175,35 @@ bool RedisStore::start(std::string& error)
     if (verdict != Verdict::good)
         return false;
     state_ = State::live;
-    live_ms_ = clock::now_ms();
+    live_ms_ = clock_.now_ms();
     return true;
 }
 
-std::unique_ptr<Store> open_shared_store(const Settings& settings, ChangeDispatcher& changes,
+std::unique_ptr<Store> open_shared_store(const std::string& where, const std::string& password_file,
+                                         ChangeDispatcher& changes, const Clock& clock, Log& log,
                                          std::string& error)
 {
-    const std::string name = "AP_DATABASE: '" + settings.database + "': ";
+    const std::string name = "AP_DATABASE: '" + where + "': ";
     std::string why;
-    const std::optional<DatabaseAddress> address = DatabaseAddress::parse(settings.database, why);
+    const std::optional<DatabaseAddress> address = DatabaseAddress::parse(where, why);
     if (!address) {
         error = name + why;
         return nullptr;
     }
-    RedisStore::Access access{
-        settings.database, find_endpoints(*address, why), {}, address->database};
+    RedisStore::Access access{where, find_endpoints(*address, why), {}, address->database};
     if (access.endpoints.empty()) {
         error = name + why;
         return nullptr;
     }
-    if (!settings.password_file.empty()) {
-        const std::optional<std::string> password = read_password(settings.password_file, why);
+    if (!password_file.empty()) {
+        const std::optional<std::string> password = read_password(password_file, why);
         if (!password) {
             error = "AP_DATABASE_PASSWORD_FILE: " + why;
             return nullptr;
         }
         access.password = *password;
     }
-    auto store = std::make_unique<RedisStore>(std::move(access), changes);
+    auto store = std::make_unique<RedisStore>(std::move(access), changes, clock, log);
     if (!store->start(why)) {
         error = name + why;
         if (why.find("NOAUTH") != std::string::npos)

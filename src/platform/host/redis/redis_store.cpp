@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <cstring>
 
-#include "ap/log.h"
 #include "host/config/configuration.h"
 
 namespace host {
@@ -22,8 +21,9 @@ std::string_view without_dot(std::string_view key)
 
 } // namespace
 
-RedisStore::RedisStore(Access access, ChangeDispatcher& changes)
-    : access_(std::move(access)), changes_(changes), subscriber_(budget_, access_.database)
+RedisStore::RedisStore(Access access, ChangeDispatcher& changes, const Clock& clock, Log& log)
+    : access_(std::move(access)), changes_(changes), clock_(clock), log_(log),
+      subscriber_(budget_, access_.database)
 {
 }
 
@@ -97,7 +97,7 @@ int RedisStore::list(std::string_view prefix, std::vector<std::string>& keys)
     std::string cursor = "0";
     const std::size_t first = keys.size();
     do {
-        if (clock::machine_us() >= deadline)
+        if (machine_us() >= deadline)
             return -ETIMEDOUT; // between two answers: the connection is sound
         std::vector<Reply> replies;
         ask_keys(pipeline_, cursor);
@@ -133,7 +133,8 @@ void RedisStore::remember(std::span<const Write> writes, bool sent, bool silent)
             continue;
         if (!own_.note(write_id_, write, !sent) && !full_logged_) {
             full_logged_ = true;
-            qv_slog(4, "Shared database: too many keys were written to write all of them again\n");
+            log_.write(4,
+                       "Shared database: too many keys were written to write all of them again\n");
         }
         if (sent && followed)
             own_.expect_event(write_id_, write, silent);
@@ -239,11 +240,11 @@ void RedisStore::note_refusal(const std::string& error)
         return;
     refused_writes_ = error;
     if (!error.empty()) {
-        qv_slog(3, "Shared database %s refuses what is written: %s\n", access_.name.c_str(),
-                error.c_str());
+        log_.write(3, "Shared database %s refuses what is written: %s\n", access_.name.c_str(),
+                   error.c_str());
         return;
     }
-    qv_slog(5, "Shared database %s takes what is written again\n", access_.name.c_str());
+    log_.write(5, "Shared database %s takes what is written again\n", access_.name.c_str());
     compare(); // finds what was refused
 }
 

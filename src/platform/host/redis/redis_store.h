@@ -37,8 +37,8 @@ public:
         int database;
     };
 
-    // `changes` must outlive the store.
-    RedisStore(Access access, ChangeDispatcher& changes);
+    // All of it must outlive the store.
+    RedisStore(Access access, ChangeDispatcher& changes, const Clock& clock, Log& log);
     RedisStore(const RedisStore&) = delete;
     RedisStore& operator=(const RedisStore&) = delete;
     ~RedisStore() override;
@@ -109,6 +109,8 @@ private:
 
     Access access_;
     ChangeDispatcher& changes_;
+    const Clock& clock_;
+    Log& log_;
     CallBudget budget_;
     RedisPipeline pipeline_{budget_, *this};
     RedisSubscriber subscriber_;

@@ -73,7 +73,7 @@ void RedisSubscriber::ask(std::initializer_list<std::string_view> words)
 {
     link_->append(words);
     ++awaited_;
-    asked_us_ = clock::machine_us();
+    asked_us_ = machine_us();
 }
 
 void RedisSubscriber::follow(std::string_view key)
@@ -126,7 +126,7 @@ int RedisSubscriber::take(std::vector<std::string>& events)
 
 int RedisSubscriber::fence(std::vector<std::string>& events, std::uint64_t deadline_us)
 {
-    const std::uint64_t start = clock::machine_us();
+    const std::uint64_t start = machine_us();
     ask({"PING"});
     int error = handle_replies(events);
     while (error == 0 && awaited_ > 0) {
@@ -134,7 +134,7 @@ int RedisSubscriber::fence(std::vector<std::string>& events, std::uint64_t deadl
         if (error == 0)
             error = handle_replies(events);
     }
-    budget_.use(clock::machine_us() - start);
+    budget_.use(machine_us() - start);
     return error;
 }
 

@@ -6,8 +6,7 @@
 
 #include "ap/output.h"
 #include "host/base/printable.h"
-#include "host/config/configuration.h"
-#include "host/shell/config_watch.h"
+#include "host/shell/commands.h"
 #include "host/shell/shell.h"
 
 namespace host {
@@ -15,13 +14,11 @@ namespace {
 
 constexpr std::size_t longest_listed_value = 160;
 
-using Words = std::span<char* const>; // what follows the subcommand
-
 struct Subcommand {
     std::string_view name;
     std::size_t least_words;
     std::size_t most_words;
-    int (*run)(Words words);
+    int (*run)(qv_cshell& shell, Arguments words);
     bool takes_key;
 };
 
@@ -31,16 +28,16 @@ int fail(std::string_view what, int error)
     return SHELL_OK;
 }
 
-int get(Words words)
+int get(qv_cshell& shell, Arguments words)
 {
     std::string_view value;
-    if (const int error = config_read(words[0], value); error != 0)
+    if (const int error = shell.context().config.read(words[0], value); error != 0)
         return fail(words[0], error);
     qv_puts((printable(value) + "\n").c_str());
     return SHELL_OK;
 }
 
-int set(Words words)
+int set(qv_cshell& shell, Arguments words)
 {
     if (words.size() % 2 != 0)
         return SHELL_USAGE;
@@ -50,50 +47,49 @@ int set(Words words)
             return fail(words[i], error);
         writes.push_back({words[i], words[i + 1]});
     }
-    const int error = config_write(writes);
+    const int error = shell.context().config.write(writes);
     return error == 0 ? SHELL_OK : fail(words[0], error);
 }
 
-int del(Words words)
+int del(qv_cshell& shell, Arguments words)
 {
     std::string_view value;
-    int error = config_read(words[0], value);
+    int error = shell.context().config.read(words[0], value);
     const Write write{words[0], std::nullopt};
     if (error == 0)
-        error = config_write({&write, 1});
+        error = shell.context().config.write({&write, 1});
     return error == 0 ? SHELL_OK : fail(words[0], error);
 }
 
-int list(Words words)
+int list(qv_cshell& shell, Arguments words)
 {
     const std::string_view prefix = words.empty() ? "" : words[0];
     std::vector<std::string> keys;
-    if (const int error = config_list(prefix, keys); error != 0)
+    if (const int error = shell.context().config.list(prefix, keys); error != 0)
         return fail(words.empty() ? "list" : prefix, error);
     for (const std::string& key : keys) {
         std::string_view value;
-        if (config_read(key, value) != 0)
+        if (shell.context().config.read(key, value) != 0)
             continue; // removed by a neighbour meanwhile
         qv_puts((printable(key) + " = " + printable(value, longest_listed_value) + "\n").c_str());
     }
     return SHELL_OK;
 }
 
-int watch(Words words)
+int watch(qv_cshell& shell, Arguments words)
 {
-    qv_cshell_t& shell = *running_shell();
     if (!words.empty()) {
-        const int error = watch_key(shell, words[0]);
+        const int error = shell.watches().add(words[0]);
         return error == 0 ? SHELL_OK : fail(words[0], error);
     }
-    for (const std::string& key : shell.watched)
+    for (const std::string& key : shell.watches().keys())
         qv_puts((key + "\n").c_str());
     return SHELL_OK;
 }
 
-int unwatch(Words words)
+int unwatch(qv_cshell& shell, Arguments words)
 {
-    const int error = unwatch_key(*running_shell(), words[0]);
+    const int error = shell.watches().remove(words[0]);
     return error == 0 ? SHELL_OK : fail(words[0], error);
 }
 
@@ -118,13 +114,14 @@ const Subcommand* find_subcommand(std::string_view name)
 }
 
 // One level of the dotted names at a time: a key's part up to the next dot.
-void complete_key(std::string_view word, std::vector<std::string>& candidates)
+void complete_key(const qv_cshell& shell, std::string_view word,
+                  std::vector<std::string>& candidates)
 {
     const std::size_t last_dot = word.rfind('.');
     const std::string_view above =
         last_dot == std::string_view::npos ? "" : word.substr(0, last_dot);
     std::vector<std::string> keys;
-    if (config_list(above, keys) != 0)
+    if (shell.context().config.list(above, keys) != 0)
         return;
     for (const std::string& key : keys) {
         if (!key.starts_with(word))
@@ -138,19 +135,19 @@ void complete_key(std::string_view word, std::vector<std::string>& candidates)
 
 } // namespace
 
-int config_command(int argc, char** argv)
+int config_command(qv_cshell& shell, Arguments arguments)
 {
-    if (argc < 2)
+    if (arguments.empty())
         return SHELL_USAGE;
-    const Subcommand* const subcommand = find_subcommand(argv[1]);
-    const Words words(argv + 2, static_cast<std::size_t>(argc - 2));
+    const Subcommand* const subcommand = find_subcommand(arguments.front());
+    const Arguments words = arguments.subspan(1);
     if (subcommand == nullptr || words.size() < subcommand->least_words ||
         words.size() > subcommand->most_words)
         return SHELL_USAGE;
-    return subcommand->run(words);
+    return subcommand->run(shell, words);
 }
 
-void complete_config(std::string_view before, std::string_view word,
+void complete_config(const qv_cshell& shell, std::string_view before, std::string_view word,
                      std::vector<std::string>& candidates)
 {
     std::vector<std::string> words;
@@ -167,8 +164,8 @@ void complete_config(std::string_view before, std::string_view word,
         return;
     const bool at_key = subcommand->most_words != any || words.size() % 2 == 1;
     if (subcommand->takes_key && at_key)
-        complete_key(word, candidates);
-    for (const std::string& key : running_shell()->watched) {
+        complete_key(shell, word, candidates);
+    for (const std::string& key : shell.watches().keys()) {
         if (!subcommand->takes_key && key.starts_with(word))
             candidates.push_back(key);
     }

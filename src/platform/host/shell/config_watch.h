@@ -1,26 +1,50 @@
 // SPDX-License-Identifier: MIT
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/config/configuration.h"
+#include "host/shell/line_editor.h"
+
+namespace host {
+
 // Changes of the configuration database, shown live to the shell that asked for them.
 //
 // Each is one line, "set KEY VALUE" or "del KEY", ended by CR LF, above the line being typed.
 // What the receiver does not take at once is dropped: nobody waits for a slow reader.
-#pragma once
+class ConfigWatch {
+public:
+    static constexpr std::size_t most = 16; // watches of one shell
 
-#include <string>
+    // All of it must outlive the object; its end ends the watches.
+    ConfigWatch(Configuration& config, const char* prompt, const LineEditor& editor)
+        : config_(config), prompt_(prompt), editor_(editor)
+    {
+    }
+    ConfigWatch(const ConfigWatch&) = delete;
+    ConfigWatch& operator=(const ConfigWatch&) = delete;
+    ~ConfigWatch();
 
-struct qv_cshell;
+    // Changes go to the console connection of the command that is running. 0 or a negative errno:
+    // -EEXIST when the key is watched already, -ENOSPC when there are too many.
+    int add(const std::string& key);
 
-namespace host {
+    // -ENOENT when it is not watched.
+    int remove(const std::string& key);
 
-// At most this many watches for one shell.
-inline constexpr std::size_t most_watches = 16;
+    const std::vector<std::string>& keys() const { return keys_; }
 
-// Changes go to the console connection of the command that is running. 0 or a negative errno:
-// -EEXIST when the key is watched already, -ENOSPC when there are too many.
-int watch_key(qv_cshell& shell, const std::string& key);
+private:
+    static void show_changes(unsigned int count, const config_data_t* records, void* self);
+    std::string change_line(const config_data_t& record) const;
 
-// -ENOENT when it is not watched.
-int unwatch_key(qv_cshell& shell, const std::string& key);
-
-void unwatch_all(qv_cshell& shell);
+    Configuration& config_;
+    const char* prompt_;
+    const LineEditor& editor_;
+    std::vector<std::string> keys_;
+    int fd_ = -1; // where changes are written; -1: standard output
+};
 
 } // namespace host

@@ -11,6 +11,7 @@
 
 #include <cstddef>
 #include <deque>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -34,10 +35,10 @@ public:
 
     // Appends the words that could stand in the place of `word`, which is being typed behind
     // `before`; in order. A candidate that ends in '.' is only the beginning of a word.
-    using Complete = void (*)(std::string_view before, std::string_view word,
-                              std::vector<std::string>& candidates);
+    using Complete = std::function<void(std::string_view before, std::string_view word,
+                                        std::vector<std::string>& candidates)>;
 
-    explicit LineEditor(Complete completion = nullptr) : complete_(completion) {}
+    explicit LineEditor(Complete completion = nullptr) : complete_(std::move(completion)) {}
 
     // Takes one byte and appends at most `longest_echo` bytes to `echo`. How the bytes came in,
     // alone or in blocks, makes no difference.

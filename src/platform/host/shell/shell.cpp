@@ -2,112 +2,21 @@
 #include "host/shell/shell.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <new>
 #include <utility>
 
 #include "ap/output.h"
-#include "host/shell/config_watch.h"
+#include "host/shell/commands.h"
 
 namespace host {
 namespace {
 
 constexpr std::size_t echo_block = 4096; // echo is written in pieces of about that size
 
-bool name_less(const shell_command_t* command, std::string_view name)
-{
-    return command->name < name;
-}
-
-// Commands are added by static objects of other files: the table is made on first use.
-std::vector<const shell_command_t*>& registry()
-{
-    static std::vector<const shell_command_t*> commands = [] {
-        std::vector<const shell_command_t*> own;
-        for (const shell_command_t& command : own_shell_commands())
-            own.push_back(&command);
-        std::sort(own.begin(), own.end(), [](const auto* a, const auto* b) {
-            return std::string_view(a->name) < std::string_view(b->name);
-        });
-        return own;
-    }();
-    return commands;
-}
-
-qv_cshell_t* running = nullptr;
-
-class Running {
-public:
-    explicit Running(qv_cshell_t* shell) : before_(std::exchange(running, shell)) {}
-    ~Running() { running = before_; }
-    Running(const Running&) = delete;
-    Running& operator=(const Running&) = delete;
-
-private:
-    qv_cshell_t* before_;
-};
-
-void complete_word(std::string_view before, std::string_view word,
-                   std::vector<std::string>& candidates)
-{
-    const std::size_t start = std::min(before.find_first_not_of(' '), before.size());
-    before.remove_prefix(start);
-    const std::string_view command = before.substr(0, before.find(' '));
-    if (command == "config") {
-        complete_config(before.substr(command.size()), word, candidates);
-    } else if (command.empty() || command == "help") {
-        for (const shell_command_t* candidate : registry()) {
-            if (std::string_view(candidate->name).starts_with(word))
-                candidates.emplace_back(candidate->name);
-        }
-    }
-}
-
 void flush(std::string& echo)
 {
     if (!echo.empty())
         qv_puts(echo.c_str());
     echo.clear();
-}
-
-int run_line(std::string_view line)
-{
-    std::vector<std::string> words;
-    if (!split_words(line, words)) {
-        qv_puts("A closing '\"' is missing\n");
-        return SHELL_OK;
-    }
-    if (words.empty())
-        return SHELL_OK;
-    const shell_command_t* const command = find_shell_command(words.front());
-    if (command == nullptr) {
-        qv_printf("%s: no such command; try 'help'\n", words.front().c_str());
-        return SHELL_OK;
-    }
-    std::vector<char*> arguments;
-    for (std::string& word : words)
-        arguments.push_back(word.data());
-    arguments.push_back(nullptr);
-    const int result = command->handler(static_cast<int>(words.size()), arguments.data());
-    if (result == SHELL_USAGE)
-        qv_puts(command->help);
-    return result;
-}
-
-// SHELL_EXIT, or 0 to go on.
-int handle(qv_cshell_t& shell, LineEditor::Event event)
-{
-    if (event == LineEditor::Event::end)
-        return SHELL_EXIT;
-    if (event == LineEditor::Event::too_long)
-        qv_printf("Longer than %zu characters: not run\n", LineEditor::longest_line);
-    if (event == LineEditor::Event::line && run_line(shell.editor.line()) == SHELL_EXIT)
-        return SHELL_EXIT;
-    std::string echo;
-    qv_cshell_prompt(&shell);
-    shell.editor.draw(echo);
-    flush(echo);
-    return SHELL_OK;
 }
 
 } // namespace
@@ -131,68 +40,87 @@ bool split_words(std::string_view line, std::vector<std::string>& words)
     return !quoted;
 }
 
-std::span<const shell_command_t* const> shell_commands()
-{
-    return registry();
-}
-
-const shell_command_t* find_shell_command(std::string_view name)
-{
-    const auto& commands = registry();
-    const auto found = std::lower_bound(commands.begin(), commands.end(), name, name_less);
-    return found != commands.end() && (*found)->name == name ? *found : nullptr;
-}
-
-qv_cshell_t* running_shell()
-{
-    return running;
-}
-
 } // namespace host
 
-int shell_command_add_sorted(const shell_command_t* command)
+using host::LineEditor;
+
+qv_cshell::qv_cshell(const char* name, const host::ShellContext& context)
+    : name_(name), context_(context),
+      editor_([this](std::string_view before, std::string_view word,
+                     std::vector<std::string>& candidates) { complete(before, word, candidates); }),
+      watches_(context.config, name, editor_)
 {
-    if (command == nullptr || command->name == nullptr || command->handler == nullptr ||
-        command->help == nullptr)
-        return -EINVAL;
-    auto& commands = host::registry();
-    const auto place = std::lower_bound(commands.begin(), commands.end(),
-                                        std::string_view(command->name), host::name_less);
-    if (place != commands.end() && std::string_view((*place)->name) == command->name)
-        return -EEXIST;
-    commands.insert(place, command);
-    return 0;
 }
 
-qv_cshell_t* qv_cshell_alloc(const char* name)
+void qv_cshell::prompt() const
 {
-    return new (std::nothrow) qv_cshell{name, host::LineEditor(host::complete_word), {}};
+    qv_printf("%s> ", name_);
 }
 
-void qv_cshell_free(qv_cshell_t* shell)
+void qv_cshell::complete(std::string_view before, std::string_view word,
+                         std::vector<std::string>& candidates) const
 {
-    if (shell == nullptr)
-        return;
-    host::unwatch_all(*shell);
-    delete shell;
+    before.remove_prefix(std::min(before.find_first_not_of(' '), before.size()));
+    const std::string_view command = before.substr(0, before.find(' '));
+    if (command == "config") {
+        host::complete_config(*this, before.substr(command.size()), word, candidates);
+    } else if (command.empty() || command == "help") {
+        for (const host::Command& candidate : host::all_commands()) {
+            if (candidate.name.starts_with(word))
+                candidates.emplace_back(candidate.name);
+        }
+    }
 }
 
-void qv_cshell_prompt(qv_cshell_t* shell)
+int qv_cshell::run_line(std::string_view line)
 {
-    qv_printf("%s> ", shell->name);
+    std::vector<std::string> words;
+    if (!host::split_words(line, words)) {
+        qv_puts("A closing '\"' is missing\n");
+        return SHELL_OK;
+    }
+    if (words.empty())
+        return SHELL_OK;
+    const std::optional<host::Command> command = host::find_command(words.front());
+    if (!command) {
+        qv_printf("%s: no such command; try 'help'\n", words.front().c_str());
+        return SHELL_OK;
+    }
+    std::vector<char*> pointers;
+    for (std::string& word : words)
+        pointers.push_back(word.data());
+    const int result = host::run_command(*command, *this, pointers);
+    if (result == SHELL_USAGE)
+        qv_puts(command->help);
+    return result;
 }
 
-int qv_cshell_process_buf(qv_cshell_t* shell, const char* data, int length)
+// SHELL_EXIT, or 0 to go on.
+int qv_cshell::handle(LineEditor::Event event)
 {
-    const host::Running running(shell);
+    if (event == LineEditor::Event::end)
+        return SHELL_EXIT;
+    if (event == LineEditor::Event::too_long)
+        qv_printf("Longer than %zu characters: not run\n", LineEditor::longest_line);
+    if (event == LineEditor::Event::line && run_line(editor_.line()) == SHELL_EXIT)
+        return SHELL_EXIT;
     std::string echo;
-    for (int i = 0; i < length; ++i) {
-        const host::LineEditor::Event event = shell->editor.feed(data[i], echo);
-        const bool quiet = event == host::LineEditor::Event::none;
+    prompt();
+    editor_.draw(echo);
+    host::flush(echo);
+    return SHELL_OK;
+}
+
+int qv_cshell::feed(std::string_view typed)
+{
+    std::string echo;
+    for (const char byte : typed) {
+        const LineEditor::Event event = editor_.feed(byte, echo);
+        const bool quiet = event == LineEditor::Event::none;
         if (quiet && echo.size() < host::echo_block)
             continue;
         host::flush(echo);
-        if (!quiet && host::handle(*shell, event) == SHELL_EXIT)
+        if (!quiet && handle(event) == SHELL_EXIT)
             return SHELL_EXIT;
     }
     host::flush(echo);

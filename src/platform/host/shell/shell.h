@@ -1,42 +1,60 @@
 // SPDX-License-Identifier: MIT
-// The inside of a shell, for the commands of this platform.
 #pragma once
 
-#include <span>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "ap/shell.h"
+#include "host/bus/bus.h"
+#include "host/config/configuration.h"
+#include "host/log/journal.h"
+#include "host/log/trace_groups.h"
+#include "host/loop/loop.h"
+#include "host/shell/config_watch.h"
 #include "host/shell/line_editor.h"
 
 namespace host {
+
+// What the shell's own commands look at and act on. All of it must outlive the shells.
+struct ShellContext {
+    Configuration& config;
+    const Journal& journal;
+    const _cbus_conn_t& bus;
+    TraceGroups& traces;
+    const std::unique_ptr<_fdloop_t>& loop; // null before there is one
+};
 
 // Words of a line: blanks separate them, double quotes hold one together. False when a quote
 // is not closed.
 bool split_words(std::string_view line, std::vector<std::string>& words);
 
-// All commands, in order; the one of that name, or null.
-std::span<const shell_command_t* const> shell_commands();
-const shell_command_t* find_shell_command(std::string_view name);
-
-// The commands that every shell has.
-std::span<const shell_command_t> own_shell_commands();
-
-// The shell whose command is running; null at other times.
-qv_cshell_t* running_shell();
-
-int config_command(int argc, char** argv);
-
-// Completion of `config`: what may follow `before` in the place of `word`.
-void complete_config(std::string_view before, std::string_view word,
-                     std::vector<std::string>& candidates);
-
 } // namespace host
 
+// One shell: typed bytes in; echo, prompt and what its commands print go out through qv_puts().
 struct qv_cshell {
-    const char* name;
-    host::LineEditor editor;
-    std::vector<std::string> watched; // keys, see config_watch.h
-    int watch_fd = -1;                // where their changes are written; -1: standard output
+public:
+    // `name` is the prompt; it must outlive the shell.
+    qv_cshell(const char* name, const host::ShellContext& context);
+
+    void prompt() const;
+
+    // Any bytes, any split. SHELL_EXIT when the shell wants to end (the rest is dropped), else 0.
+    int feed(std::string_view typed);
+
+    const host::ShellContext& context() const { return context_; }
+    host::ConfigWatch& watches() { return watches_; }
+    const host::ConfigWatch& watches() const { return watches_; }
+
+private:
+    int handle(host::LineEditor::Event event);
+    int run_line(std::string_view line);
+    void complete(std::string_view before, std::string_view word,
+                  std::vector<std::string>& candidates) const;
+
+    const char* name_;
+    const host::ShellContext& context_;
+    host::LineEditor editor_;
+    host::ConfigWatch watches_;
 };

@@ -8,8 +8,7 @@
 
 #include "ap/output.h"
 #include "host/base/printable.h"
-#include "host/host/host.h"
-#include "host/log/trace.h"
+#include "host/shell/commands.h"
 #include "host/shell/shell.h"
 
 namespace host {
@@ -34,59 +33,60 @@ void print_line(std::uint64_t number, std::uint64_t time_ms, std::string_view te
 }
 
 // Help may have several lines; the first says what the command is for.
-void print_summary(const shell_command_t& command)
+void print_summary(const Command& command)
 {
     const std::string_view help = command.help;
-    const std::string first(help.substr(0, help.find('\n')));
-    qv_printf("%-12s %s\n", command.name, first.c_str());
+    qv_printf("%-12s %s\n", std::string(command.name).c_str(),
+              std::string(help.substr(0, help.find('\n'))).c_str());
 }
 
-int help(int argc, char** argv)
+int help(qv_cshell&, Arguments arguments)
 {
-    if (argc > 2)
+    if (arguments.size() > 1)
         return SHELL_USAGE;
-    if (argc == 1) {
-        for (const shell_command_t* command : shell_commands())
-            print_summary(*command);
+    if (arguments.empty()) {
+        for (const Command& command : all_commands())
+            print_summary(command);
         return SHELL_OK;
     }
-    if (const shell_command_t* const command = find_shell_command(argv[1]); command != nullptr)
+    if (const auto command = find_command(arguments[0]); command)
         qv_puts(command->help);
     else
-        qv_printf("help: %s: no such command\n", argv[1]);
+        qv_printf("help: %s: no such command\n", arguments[0]);
     return SHELL_OK;
 }
 
-int leave(int argc, char**)
+int leave(qv_cshell&, Arguments arguments)
 {
-    return argc == 1 ? SHELL_EXIT : SHELL_USAGE;
+    return arguments.empty() ? SHELL_EXIT : SHELL_USAGE;
 }
 
-int bus(int argc, char** argv)
+int bus(qv_cshell& shell, Arguments arguments)
 {
-    const auto wanted = argc == 1   ? std::optional(lines_unasked)
-                        : argc == 2 ? parse_count(argv[1])
-                                    : std::nullopt;
+    const auto wanted = arguments.empty()       ? std::optional(lines_unasked)
+                        : arguments.size() == 1 ? parse_count(arguments[0])
+                                                : std::nullopt;
     if (!wanted)
         return SHELL_USAGE;
-    const SignalLog& signals = instance().signals;
+    const _cbus_conn_t& bus = shell.context().bus;
+    const SignalLog& signals = bus.sent();
     const std::uint64_t shown =
         std::min<std::uint64_t>({*wanted, signals.count(), SignalLog::capacity});
     for (std::uint64_t number = signals.count() - shown + 1; number <= signals.count(); ++number) {
         const SignalLog::Signal& signal = signals.signal(number);
         print_line(number, signal.time_ms,
-                   describe_signal(signal.name.data(), signal.kept(), signal.length));
+                   bus.describe(signal.name.data(), signal.kept(), signal.length));
     }
     return SHELL_OK;
 }
 
-int journal(int argc, char** argv)
+int journal(qv_cshell& shell, Arguments arguments)
 {
-    const Journal& lines = instance().journal;
+    const Journal& lines = shell.context().journal;
     const std::uint64_t last = lines.last();
     std::uint64_t from = last < lines_unasked ? 1 : last - lines_unasked + 1;
-    if (argc == 2) {
-        const auto behind = parse_count(argv[1]);
+    if (arguments.size() == 1) {
+        const auto behind = parse_count(arguments[0]);
         if (!behind)
             return SHELL_USAGE;
         if (*behind >= last)
@@ -96,7 +96,7 @@ int journal(int argc, char** argv)
             qv_printf("lines %" PRIu64 " to %" PRIu64 " are forgotten\n", from, lines.first() - 1);
             from = lines.first();
         }
-    } else if (argc > 2) {
+    } else if (arguments.size() > 1) {
         return SHELL_USAGE;
     }
     for (std::uint64_t number = from; number <= last; ++number) {
@@ -124,75 +124,72 @@ void print_trace_group(const qv_trace_group_t& group)
     }
 }
 
-int trace(int argc, char** argv)
+int trace(qv_cshell& shell, Arguments arguments)
 {
-    if (argc == 1) {
-        for_each_trace_group(print_trace_group);
+    TraceGroups& groups = shell.context().traces;
+    if (arguments.empty()) {
+        for (const qv_trace_group_t& group : groups.all())
+            print_trace_group(group);
         return SHELL_OK;
     }
-    if (argc != 3)
+    if (arguments.size() != 2)
         return SHELL_USAGE;
-    qv_trace_group_t* const group = find_trace_group(argv[1]);
-    const std::string_view letters = argv[2];
+    qv_trace_group_t* const group = groups.find(arguments[0]);
+    const std::string_view letters = arguments[1];
     if (group == nullptr) {
-        qv_printf("trace: %s: no such group\n", argv[1]);
+        qv_printf("trace: %s: no such group\n", arguments[0]);
     } else if (letters == "off") {
         group->enabled = 0;
     } else if (letters.empty() || !std::all_of(letters.begin(), letters.end(),
                                                [](char c) { return c >= 'A' && c <= 'Z'; })) {
-        qv_printf("trace: %s: write capital letters, or off\n", argv[2]);
+        qv_printf("trace: %s: write capital letters, or off\n", arguments[1]);
     } else {
         std::string error;
-        if (!enable_traces(std::string(argv[1]) + ":" + argv[2], error))
+        if (!groups.enable(std::string(arguments[0]) + ":" + arguments[1], error))
             qv_puts((error + "\n").c_str());
     }
     return SHELL_OK;
 }
 
-int loop(int argc, char**)
+int loop(qv_cshell& shell, Arguments arguments)
 {
-    if (argc != 1)
+    if (!arguments.empty())
         return SHELL_USAGE;
-    if (!instance().loop) {
+    if (!shell.context().loop) {
         qv_puts("loop: there is none\n");
         return SHELL_OK;
     }
-    const LoopStatistics& statistics = instance().loop->statistics();
+    const LoopStatistics& statistics = shell.context().loop->statistics();
     qv_printf("callbacks %" PRIu64 "\nlongest callback %" PRIu64 " us\nwake-ups %" PRIu64 "\n",
               statistics.callbacks, statistics.longest_callback_us, statistics.wake_ups);
     return SHELL_OK;
 }
 
-constexpr shell_command_t own(const char* name, shell_handler handler, const char* help_text)
-{
-    return {"/bin", name, handler, 4, help_text, {0, 0}};
-}
-
 // Constant: other files' static objects look commands up before this file's would be made.
-constexpr std::array<shell_command_t, 7> own_commands{
-    own("bus", bus, "Shows the last signals sent: bus [COUNT]\n"),
-    own("config", config_command,
-        "Reads and writes the configuration database: config SUBCOMMAND\n"
-        "  get KEY\n"
-        "  set KEY VALUE [KEY VALUE...]   all written together\n"
-        "  del KEY\n"
-        "  list [PREFIX]\n"
-        "  watch [KEY]                    shows changes of the key and below as they come\n"
-        "  unwatch KEY\n"),
-    own("exit", leave, "Ends this shell\n"),
-    own("help", help, "Shows what commands there are: help [COMMAND]\n"),
-    own("journal", journal,
-        "Shows what the daemon did: journal [NUMBER]\n"
-        "  NUMBER: the lines behind that number; the last 20 without it\n"),
-    own("loop", loop, "Shows how busy the event loop was\n"),
-    own("trace", trace, "Shows and switches traces: trace [GROUP LETTERS|off]\n"),
-};
+constexpr std::array<OwnCommand, 7> commands{{
+    {"bus", bus, "Shows the last signals sent: bus [COUNT]\n"},
+    {"config", config_command,
+     "Reads and writes the configuration database: config SUBCOMMAND\n"
+     "  get KEY\n"
+     "  set KEY VALUE [KEY VALUE...]   all written together\n"
+     "  del KEY\n"
+     "  list [PREFIX]\n"
+     "  watch [KEY]                    shows changes of the key and below as they come\n"
+     "  unwatch KEY\n"},
+    {"exit", leave, "Ends this shell\n"},
+    {"help", help, "Shows what commands there are: help [COMMAND]\n"},
+    {"journal", journal,
+     "Shows what the daemon did: journal [NUMBER]\n"
+     "  NUMBER: the lines behind that number; the last 20 without it\n"},
+    {"loop", loop, "Shows how busy the event loop was\n"},
+    {"trace", trace, "Shows and switches traces: trace [GROUP LETTERS|off]\n"},
+}};
 
 } // namespace
 
-std::span<const shell_command_t> own_shell_commands()
+std::span<const OwnCommand> own_commands()
 {
-    return own_commands;
+    return commands;
 }
 
 } // namespace host

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The shell on the process's own terminal. The editor wants every key at once, without the
-// kernel's echo; keys that make signals keep doing so. Flow control is off: ^S would block the
-// daemon in its next line of output. Whoever gets the terminal next finds it as it was.
-#include <termios.h>
+#include "host/shell/terminal_shell.h"
+
 #include <unistd.h>
 
 #include <array>
@@ -10,23 +8,12 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
-#include <optional>
-
-#include "ap/log.h"
-#include "ap/shell.h"
-#include "host/loop/loop.h"
 
 namespace host {
 namespace {
 
-struct TerminalShell {
-    _fdloop_t* loop = nullptr;
-    qv_cshell_t* shell = nullptr;
-    std::optional<termios> modes; // as they were
-    termios own_modes{};
-};
-
-TerminalShell terminal;
+// The one that has changed the terminal's modes: for signal handlers and the end of the process.
+TerminalShell* holder = nullptr;
 
 // Only what is typed next is concerned, so no output need be waited for. A process in the
 // background would be stopped by this; its terminal is in other hands.
@@ -36,32 +23,48 @@ void switch_modes(const termios& modes)
         tcsetattr(STDIN_FILENO, TCSANOW, &modes);
 }
 
-void restore_modes()
+} // namespace
+
+TerminalShell::~TerminalShell()
 {
-    if (terminal.modes)
-        switch_modes(*terminal.modes);
+    restore_modes();
+    if (holder == this)
+        holder = nullptr;
 }
 
-void watch_leaving_signals();
+void TerminalShell::restore_modes() const
+{
+    if (modes_)
+        switch_modes(*modes_);
+}
+
+void TerminalShell::restore_at_exit()
+{
+    if (holder != nullptr)
+        holder->restore_modes();
+}
 
 // The system has put the default action back: it is taken here, once the terminal is restored.
 // A stopped process comes back; so does one that nobody could continue, which is not stopped.
-void on_leaving_signal(int signal)
+void TerminalShell::on_leaving_signal(int signal)
 {
     const int saved = errno;
-    restore_modes();
+    restore_at_exit();
     raise(signal);
-    switch_modes(terminal.own_modes);
+    if (holder != nullptr)
+        switch_modes(holder->own_modes_);
     watch_leaving_signals();
     errno = saved;
 }
 
 // Those that end or stop the process without its exit handlers. Ignored ones stay so.
-void watch_leaving_signals()
+void TerminalShell::watch_leaving_signals()
 {
     struct sigaction action {};
     action.sa_handler = on_leaving_signal;
-    action.sa_flags = SA_RESETHAND | SA_NODEFER | SA_RESTART;
+    // In two steps: together they are wider than what the system's header declares.
+    action.sa_flags = SA_NODEFER | SA_RESTART;
+    action.sa_flags |= static_cast<int>(SA_RESETHAND);
     for (const int signal : {SIGABRT, SIGHUP, SIGQUIT, SIGTSTP, SIGTTIN, SIGTTOU}) {
         struct sigaction present {};
         if (sigaction(signal, nullptr, &present) == 0 && present.sa_handler == SIG_DFL)
@@ -69,64 +72,61 @@ void watch_leaving_signals()
     }
 }
 
-int set_modes()
+int TerminalShell::set_modes()
 {
     termios modes{};
     if (tcgetattr(STDIN_FILENO, &modes) != 0)
         return errno == ENOTTY ? 0 : -errno; // a pipe serves as well
-    terminal.modes = modes;
+    if (std::atexit(restore_at_exit) != 0)
+        return -ENOMEM;
+    modes_ = modes;
     modes.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO | IEXTEN);
     modes.c_iflag &= ~static_cast<tcflag_t>(IXON);
     modes.c_cc[VMIN] = 1;
     modes.c_cc[VTIME] = 0;
-    terminal.own_modes = modes;
-    if (std::atexit(restore_modes) != 0)
-        return -ENOMEM;
+    own_modes_ = modes;
+    holder = this;
     watch_leaving_signals();
     return tcsetattr(STDIN_FILENO, TCSADRAIN, &modes) == 0 ? 0 : -errno;
 }
 
-int on_input(int fd, void*)
+int TerminalShell::on_input(int fd, void* self)
 {
+    auto& terminal = *static_cast<TerminalShell*>(self);
     std::array<char, 1024> data;
     const ssize_t length = read(fd, data.data(), data.size());
     if (length < 0 && (errno == EAGAIN || errno == EINTR))
         return 0;
     if (length > 0 &&
-        qv_cshell_process_buf(terminal.shell, data.data(), static_cast<int>(length)) == SHELL_OK)
+        terminal.shell_->feed({data.data(), static_cast<std::size_t>(length)}) == SHELL_OK)
         return 0;
-    terminal.loop->stop();
+    terminal.loop_->stop();
     return 1;
 }
 
-int take_input(_fdloop_t& loop)
+int TerminalShell::take_input()
 {
-    if (const int error = loop.add(STDIN_FILENO, Condition::input, on_input, nullptr); error != 0)
+    if (const int error = loop_->add(STDIN_FILENO, Condition::input, on_input, this); error != 0)
         return error;
     const int error = set_modes();
     if (error != 0)
-        loop.remove(STDIN_FILENO, Condition::input);
+        loop_->remove(STDIN_FILENO, Condition::input);
     return error;
 }
 
-} // namespace
-} // namespace host
-
-int fdloop_shell_init(_fdloop_t* loop, const char* name)
+int TerminalShell::open(_fdloop_t& loop, const char* name)
 {
-    host::TerminalShell& terminal = host::terminal;
-    if (loop == nullptr || name == nullptr)
-        return -EINVAL;
-    if (terminal.shell != nullptr)
+    if (shell_)
         return -EEXIST;
-    qv_cshell_t* const shell = qv_cshell_alloc(name);
-    if (const int error = shell != nullptr ? host::take_input(*loop) : -ENOMEM; error != 0) {
-        qv_cshell_free(shell);
-        qv_slog(3, "No shell on the terminal: %s\n", std::strerror(-error));
+    loop_ = &loop;
+    shell_ = std::make_unique<qv_cshell>(name, context_);
+    if (const int error = take_input(); error != 0) {
+        shell_.reset();
+        log_.write(3, "No shell on the terminal: %s\n", std::strerror(-error));
         return error;
     }
-    terminal.shell = shell;
-    terminal.loop = loop;
-    qv_cshell_prompt(shell);
+    shell_->prompt();
     return 0;
 }
+
+} // namespace host

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "ap/socket.h"
+#include "host/net/sockets.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -10,18 +10,16 @@
 #include <string>
 #include <string_view>
 
-#include "ap/log.h"
 #include "host/base/descriptor.h"
 #include "host/base/integer.h"
-#include "host/host/host.h"
-#include "host/net/peer_access.h"
 
+namespace host {
 namespace {
 
 constexpr int waiting_connections = 16;
 
-// "tcp*HOST*PORT"; a port set by the environment takes the place of PORT.
-bool parse_address(std::string_view text, sockaddr_in& address)
+// "tcp*HOST*PORT"; `other_port` takes the place of PORT, unless it is 0.
+bool parse_address(std::string_view text, int other_port, sockaddr_in& address)
 {
     constexpr std::string_view protocol = "tcp*";
     if (!text.starts_with(protocol))
@@ -31,9 +29,9 @@ bool parse_address(std::string_view text, sockaddr_in& address)
     if (star == std::string_view::npos)
         return false;
     const std::string host_text(text.substr(0, star));
-    std::optional<std::int32_t> port = host::parse_integer(text.substr(star + 1));
-    if (host::instance().settings.console_port != 0)
-        port = host::instance().settings.console_port;
+    std::optional<std::int32_t> port = parse_integer(text.substr(star + 1));
+    if (other_port != 0)
+        port = other_port;
     if (!port || *port < 0 || *port > 65535)
         return false;
     address.sin_family = AF_INET;
@@ -43,30 +41,32 @@ bool parse_address(std::string_view text, sockaddr_in& address)
 
 } // namespace
 
-int socket_create_server(const char* text, int)
+int Sockets::create_server(const char* text)
 {
     sockaddr_in address{};
-    if (text == nullptr || !parse_address(text, address)) {
-        qv_slog(3, "Cannot listen at '%s': write tcp*HOST*PORT\n", text == nullptr ? "" : text);
+    if (text == nullptr || !parse_address(text, port_, address)) {
+        log_.write(3, "Cannot listen at '%s': write tcp*HOST*PORT\n", text == nullptr ? "" : text);
         return -EINVAL;
     }
-    host::Descriptor server(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    Descriptor server(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     const int yes = 1;
     if (server && setsockopt(server.get(), SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes) == 0 &&
         bind(server.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
         listen(server.get(), waiting_connections) == 0)
         return server.release();
     const int error = errno;
-    qv_slog(3, "Cannot listen at %s, port %u: %s\n", text, ntohs(address.sin_port),
-            std::strerror(error));
+    log_.write(3, "Cannot listen at %s, port %u: %s\n", text, ntohs(address.sin_port),
+               std::strerror(error));
     return -error;
 }
 
-int socket_create_server_client(int listening, void*)
+int Sockets::accept(int listening)
 {
-    host::Descriptor client(accept4(listening, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+    Descriptor client(accept4(listening, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
     if (!client)
         return -errno;
-    const int error = host::check_peer(client.get());
+    const int error = access_.check(client.get());
     return error == 0 ? client.release() : error;
 }
+
+} // namespace host

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "ap/device.h"
+#include "host/board/devices.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -7,15 +7,9 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <map>
-#include <optional>
-#include <string>
-#include <string_view>
 #include <utility>
 
-#include "host/board/board.h"
 #include "host/board/gpio_file.h"
-#include "host/host/host.h"
 
 namespace host {
 namespace {
@@ -25,13 +19,6 @@ constexpr int creating_flags = O_CREAT | O_EXCL | (O_TMPFILE & ~O_DIRECTORY);
 
 // A device does not care how its file was opened, a plain file does.
 constexpr int plain_file_flags = O_TRUNC | O_APPEND;
-
-// The board paths of the open descriptors: a write knows its descriptor only.
-std::map<int, std::string>& open_paths()
-{
-    static std::map<int, std::string> paths;
-    return paths;
-}
 
 // The path on the board in its plain form; none, and errno, when it is not acceptable.
 std::optional<std::string> board_path(const char* path)
@@ -57,16 +44,6 @@ std::optional<std::string> board_path(const char* path)
     return plain.empty() ? "/" : plain;
 }
 
-bool is_emulated()
-{
-    return !instance().settings.board_root.empty();
-}
-
-std::string machine_path(const char* given, const std::string& path)
-{
-    return is_emulated() ? instance().settings.board_root + path : std::string(given);
-}
-
 // The journal's word for a GPIO file; null for other files.
 const char* journal_word(GpioFile::Kind kind)
 {
@@ -85,9 +62,21 @@ const char* journal_word(GpioFile::Kind kind)
     return nullptr;
 }
 
-void note(const std::string& path, std::string_view text)
+} // namespace
+
+Devices::Devices(const std::string& board_root, Journal& journal, Log& log) : journal_(journal)
 {
-    Journal& journal = instance().journal;
+    if (!board_root.empty())
+        board_.emplace(board_root, log);
+}
+
+std::string Devices::machine_path(const char* given, const std::string& path) const
+{
+    return board_ ? board_->root() + path : std::string(given);
+}
+
+void Devices::note(const std::string& path, std::string_view text)
+{
     const GpioFile file = gpio_file(path);
     std::string_view word = written_word(text).substr(0, Journal::line_length);
     std::int32_t level = 0;
@@ -96,70 +85,68 @@ void note(const std::string& path, std::string_view text)
     const int length = static_cast<int>(word.size());
     const char* const verb = journal_word(file.kind);
     if (verb == nullptr)
-        journal.write("file %s %.*s", path.c_str(), length, word.data());
+        journal_.write("file %s %.*s", path.c_str(), length, word.data());
     else if (file.line.empty())
-        journal.write("%s %.*s", verb, length, word.data());
+        journal_.write("%s %.*s", verb, length, word.data());
     else
-        journal.write("%s %.*s %.*s", verb, static_cast<int>(file.line.size()), file.line.data(),
-                      length, word.data());
+        journal_.write("%s %.*s %.*s", verb, static_cast<int>(file.line.size()), file.line.data(),
+                       length, word.data());
 }
 
-} // namespace
-} // namespace host
-
-int device_open(const char* path, int flags)
+int Devices::open(const char* path, int flags)
 {
-    const auto plain = host::board_path(path);
+    const auto plain = board_path(path);
     if (!plain)
         return -1;
-    flags = (flags & ~host::creating_flags) | O_CLOEXEC;
-    if (host::is_emulated()) {
-        flags &= ~host::plain_file_flags;
-        if (const int refused = host::board::check_open(*plain, flags); refused != 0) {
+    flags = (flags & ~creating_flags) | O_CLOEXEC;
+    if (board_) {
+        flags &= ~plain_file_flags;
+        if (const int refused = Board::check_open(*plain, flags); refused != 0) {
             errno = -refused;
             return -1;
         }
     }
-    const int fd = open(host::machine_path(path, *plain).c_str(), flags);
+    const int fd = ::open(machine_path(path, *plain).c_str(), flags);
     if (fd >= 0)
-        host::open_paths()[fd] = *plain;
+        open_paths_[fd] = *plain;
     return fd;
 }
 
-ssize_t device_write(int fd, const void* data, size_t length)
+ssize_t Devices::write(int fd, std::string_view text)
 {
-    const auto opened = host::open_paths().find(fd);
-    if (opened == host::open_paths().end()) {
+    const auto opened = open_paths_.find(fd);
+    if (opened == open_paths_.end()) {
         errno = EBADF;
         return -1;
     }
-    const std::string_view text(static_cast<const char*>(data), length);
     ssize_t taken = -1;
-    if (host::is_emulated()) {
-        taken = host::board::write(host::instance().settings.board_root, opened->second, fd, text);
+    if (board_) {
+        taken = board_->write(opened->second, fd, text);
         if (taken < 0) {
             errno = static_cast<int>(-taken);
             return -1;
         }
     } else {
-        taken = write(fd, data, length);
+        taken = ::write(fd, text.data(), text.size());
     }
     if (taken > 0) {
         const int error = errno;
-        host::note(opened->second, text.substr(0, static_cast<std::size_t>(taken)));
+        note(opened->second, text.substr(0, static_cast<std::size_t>(taken)));
         errno = error;
     }
     return taken;
 }
 
-int device_close(int fd)
+int Devices::close(int fd)
 {
-    host::open_paths().erase(fd);
-    return close(fd);
+    open_paths_.erase(fd);
+    return ::close(fd);
 }
 
-int device_exists(const char* path)
+bool Devices::exists(const char* path) const
 {
-    const auto plain = host::board_path(path);
-    return plain && access(host::machine_path(path, *plain).c_str(), F_OK) == 0 ? 1 : 0;
+    const auto plain = board_path(path);
+    return plain && access(machine_path(path, *plain).c_str(), F_OK) == 0;
 }
+
+} // namespace host

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <termios.h>
+
+#include <memory>
+#include <optional>
+
+#include "host/log/log.h"
+#include "host/loop/loop.h"
+#include "host/shell/shell.h"
+
+namespace host {
+
+// The shell on the process's own terminal: one at most. The editor wants every key at once, without
+// the kernel's echo; keys that make signals keep doing so. Flow control is off: ^S would block the
+// daemon in its next line of output. Whoever gets the terminal next finds it as it was.
+class TerminalShell {
+public:
+    // Both must outlive the object.
+    TerminalShell(const ShellContext& context, Log& log) : context_(context), log_(log) {}
+    TerminalShell(const TerminalShell&) = delete;
+    TerminalShell& operator=(const TerminalShell&) = delete;
+    ~TerminalShell();
+
+    // As fdloop_shell_init().
+    int open(_fdloop_t& loop, const char* name);
+
+private:
+    static int on_input(int fd, void* self);
+    static void on_leaving_signal(int signal);
+    static void restore_at_exit();
+    static void watch_leaving_signals();
+    int take_input();
+    int set_modes();
+    void restore_modes() const;
+
+    const ShellContext& context_;
+    Log& log_;
+    _fdloop_t* loop_ = nullptr;
+    std::unique_ptr<qv_cshell> shell_;
+    std::optional<termios> modes_; // as they were
+    termios own_modes_{};
+};
+
+} // namespace host
