@@ -8,6 +8,35 @@
 #include <climits>
 #include <cstring>
 
+namespace {
+
+constexpr std::uint64_t never = UINT64_MAX;
+
+constexpr std::uint64_t event_tag(int fd, std::uint32_t generation)
+{
+    return (std::uint64_t{generation} << 32U) | static_cast<std::uint32_t>(fd);
+}
+
+epoll_event event_for(int fd, host::Condition condition, std::uint32_t generation)
+{
+    epoll_event event{};
+    switch (condition) {
+    case host::Condition::input:
+        event.events = EPOLLIN;
+        break;
+    case host::Condition::output:
+        event.events = EPOLLOUT;
+        break;
+    case host::Condition::exception:
+        event.events = EPOLLPRI;
+        break;
+    }
+    event.data.u64 = event_tag(fd, generation);
+    return event;
+}
+
+} // namespace
+
 std::unique_ptr<_fdloop_t> _fdloop_t::create(host::Clock& clock, host::Log& log)
 {
     host::Descriptor epoll(epoll_create1(EPOLL_CLOEXEC));
@@ -16,38 +45,101 @@ std::unique_ptr<_fdloop_t> _fdloop_t::create(host::Clock& clock, host::Log& log)
     return std::unique_ptr<_fdloop_t>(new _fdloop_t(clock, log, std::move(epoll)));
 }
 
-bool _fdloop_t::later(const Timer& a, const Timer& b)
+int _fdloop_t::add(int fd, host::Condition condition, fdloop_fd_callback callback, void* user)
 {
-    return a.due_ms != b.due_ms ? a.due_ms > b.due_ms : a.order > b.order;
-}
-
-int _fdloop_t::add_timer(std::uint64_t milliseconds, fdloop_timer_callback callback, void* user)
-{
-    const int id = next_timer_id_;
-    next_timer_id_ = id == INT_MAX ? 1 : id + 1;
-    timers_.push_back({clock_.after_ms(milliseconds), ++timer_order_, id, callback, user});
-    std::push_heap(timers_.begin(), timers_.end(), later);
-    return id;
-}
-
-int _fdloop_t::restart_timer(int id, std::uint64_t milliseconds)
-{
-    const auto timer = std::find_if(timers_.begin(), timers_.end(),
-                                    [id](const Timer& candidate) { return candidate.id == id; });
-    if (timer == timers_.end())
-        return -ENOENT;
-    timer->due_ms = clock_.after_ms(milliseconds);
-    timer->order = ++timer_order_;
-    std::make_heap(timers_.begin(), timers_.end(), later);
+    if (fd < 0)
+        return -EBADF;
+    // A watch that was left on a closed descriptor does not stand in the way: the kernel has
+    // dropped its half, and the new one takes its place in the table.
+    Watch watch{callback, user, next_generation(), condition, false};
+    epoll_event event = event_for(fd, condition, watch.generation);
+    const bool polled = epoll_ctl(epoll_.get(), EPOLL_CTL_ADD, fd, &event) == 0;
+    if (!polled && (errno != EPERM || condition != host::Condition::exception))
+        return -errno;
+    // Only now: before, the number could be anything.
+    const auto index = static_cast<std::size_t>(fd);
+    if (index >= watches_.size())
+        watches_.resize(index + 1);
+    const bool had_plain_file = watches_[index].callback != nullptr && watches_[index].plain_file;
+    // A plain file's handler may have closed it and opened another that got its number.
+    if (!polled && had_plain_file && fd != running_)
+        return -EEXIST;
+    if (had_plain_file)
+        edges_.remove(fd);
+    watches_[index].callback = nullptr;
+    if (const int result = polled ? 0 : watch_plain_file(fd, watch); result != 0)
+        return result;
+    watches_[index] = watch;
     return 0;
 }
 
-int _fdloop_t::remove_timer(int id)
+int _fdloop_t::watch_plain_file(int fd, Watch& watch)
 {
-    if (std::erase_if(timers_, [id](const Timer& timer) { return timer.id == id; }) == 0)
-        return -ENOENT;
-    std::make_heap(timers_.begin(), timers_.end(), later);
+    if (const int result = edges_.add(fd); result != 0)
+        return result;
+    epoll_event event = event_for(edges_.descriptor(), host::Condition::input, edges_generation);
+    if (epoll_ctl(epoll_.get(), EPOLL_CTL_ADD, edges_.descriptor(), &event) != 0 &&
+        errno != EEXIST) {
+        const int error = errno;
+        edges_.remove(fd);
+        return -error;
+    }
+    watch.plain_file = true;
     return 0;
+}
+
+// Tells a watch from every earlier one of the same descriptor number.
+std::uint32_t _fdloop_t::next_generation()
+{
+    if (++generation_ == edges_generation)
+        ++generation_;
+    return generation_;
+}
+
+int _fdloop_t::remove(int fd, host::Condition condition)
+{
+    if (fd < 0 || static_cast<std::size_t>(fd) >= watches_.size())
+        return -ENOENT;
+    const Watch& watch = watches_[static_cast<std::size_t>(fd)];
+    if (watch.callback == nullptr || watch.condition != condition)
+        return -ENOENT;
+    forget(fd);
+    return 0;
+}
+
+void _fdloop_t::forget(int fd)
+{
+    Watch& watch = watches_[static_cast<std::size_t>(fd)];
+    if (watch.plain_file)
+        edges_.remove(fd);
+    else
+        epoll_ctl(epoll_.get(), EPOLL_CTL_DEL, fd, nullptr); // fails when it is closed: as well
+    watch.callback = nullptr;
+}
+
+// An event of a watch that is gone came from the kernel all the same: its descriptor was closed
+// while a duplicate lives on, and no call can name it any more. Left alone it would wake the
+// loop for ever; a fresh epoll instance with the living watches is rid of it.
+void _fdloop_t::rebuild_epoll()
+{
+    stale_event_ = false;
+    host::Descriptor fresh(epoll_create1(EPOLL_CLOEXEC));
+    if (!fresh)
+        return; // out of descriptors: the next turn tries again
+    for (std::size_t i = 0; i < watches_.size(); ++i) {
+        const Watch& watch = watches_[i];
+        if (watch.callback == nullptr || watch.plain_file)
+            continue;
+        const int fd = static_cast<int>(i);
+        epoll_event event = event_for(fd, watch.condition, watch.generation);
+        epoll_ctl(fresh.get(), EPOLL_CTL_ADD, fd, &event);
+    }
+    if (edges_.descriptor() >= 0) {
+        epoll_event event =
+            event_for(edges_.descriptor(), host::Condition::input, edges_generation);
+        epoll_ctl(fresh.get(), EPOLL_CTL_ADD, edges_.descriptor(), &event);
+    }
+    epoll_ = std::move(fresh);
 }
 
 template <typename Callback>
@@ -100,13 +192,9 @@ void _fdloop_t::run_edges()
 void _fdloop_t::run_due_timers()
 {
     const std::uint64_t now = clock_.now_ms();
-    const std::uint64_t newest = timer_order_;
-    while (!timers_.empty() && timers_.front().due_ms <= now && timers_.front().order <= newest) {
-        const Timer timer = timers_.front();
-        std::pop_heap(timers_.begin(), timers_.end(), later);
-        timers_.pop_back();
-        timed([&] { return timer.callback(timer.user); });
-    }
+    const std::uint64_t newest = timers_.newest();
+    while (const auto timer = timers_.take_due(now, newest))
+        timed([&] { return timer->callback(timer->user); });
 }
 
 bool _fdloop_t::has_deferred() const
@@ -134,11 +222,11 @@ int _fdloop_t::wait_time() const
 {
     if (has_deferred())
         return 0;
-    if (timers_.empty())
+    const auto due = timers_.next_due_ms();
+    if (!due)
         return -1;
     const std::uint64_t now = clock_.now_ms();
-    const std::uint64_t due = timers_.front().due_ms;
-    return due <= now ? 0 : static_cast<int>(std::min<std::uint64_t>(due - now, INT_MAX));
+    return *due <= now ? 0 : static_cast<int>(std::min<std::uint64_t>(*due - now, INT_MAX));
 }
 
 bool _fdloop_t::turn(int timeout_ms)
@@ -162,7 +250,7 @@ bool _fdloop_t::turn(int timeout_ms)
     }
     if (stale_event_)
         rebuild_epoll();
-    const bool timer_due = !timers_.empty() && timers_.front().due_ms <= clock_.now_ms();
+    const bool timer_due = timers_.next_due_ms().value_or(never) <= clock_.now_ms();
     if (timer_due)
         run_due_timers();
     const bool worked = run_deferred();
@@ -178,7 +266,7 @@ int _fdloop_t::run()
         const int timeout = wait_time();
         if (timeout > 0 && clock_.is_virtual()) {
             if (!turn(0))
-                clock_.advance_to(timers_.front().due_ms);
+                clock_.advance_to(timers_.next_due_ms().value_or(0));
             continue;
         }
         turn(timeout);
@@ -193,9 +281,9 @@ void _fdloop_t::run_for(std::uint64_t milliseconds)
     while (!stopping_) {
         if (turn(0))
             continue;
-        const bool timer_in_time = !timers_.empty() && timers_.front().due_ms <= end;
-        clock_.advance_to(timer_in_time ? timers_.front().due_ms : end);
-        if (!timer_in_time)
+        const std::uint64_t due = timers_.next_due_ms().value_or(never);
+        clock_.advance_to(std::min(due, end));
+        if (due > end)
             break;
     }
     stopping_ = false;

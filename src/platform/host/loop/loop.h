@@ -17,6 +17,7 @@
 #include "host/base/descriptor.h"
 #include "host/log/log.h"
 #include "host/loop/edge_watcher.h"
+#include "host/loop/timers.h"
 
 namespace host {
 
@@ -56,9 +57,15 @@ public:
     int add(int fd, host::Condition condition, fdloop_fd_callback callback, void* user);
     int remove(int fd, host::Condition condition);
 
-    int add_timer(std::uint64_t milliseconds, fdloop_timer_callback callback, void* user);
-    int restart_timer(int id, std::uint64_t milliseconds);
-    int remove_timer(int id);
+    int add_timer(std::uint64_t milliseconds, fdloop_timer_callback callback, void* user)
+    {
+        return timers_.add(milliseconds, callback, user);
+    }
+    int restart_timer(int id, std::uint64_t milliseconds)
+    {
+        return timers_.restart(id, milliseconds);
+    }
+    int remove_timer(int id) { return timers_.remove(id); }
 
     // `work` must outlive the loop.
     void add_deferred(host::Deferred* work) { deferred_.push_back(work); }
@@ -85,21 +92,11 @@ private:
         bool plain_file = false; // watched by `edges_`, not by epoll
     };
 
-    struct Timer {
-        std::uint64_t due_ms;
-        std::uint64_t order; // of adding
-        int id;
-        fdloop_timer_callback callback;
-        void* user;
-    };
-    static bool later(const Timer& a, const Timer& b);
-
     _fdloop_t(host::Clock& clock, host::Log& log, host::Descriptor epoll)
-        : clock_(clock), log_(log), epoll_(std::move(epoll))
+        : clock_(clock), log_(log), epoll_(std::move(epoll)), timers_(clock)
     {
     }
 
-    // What is watched: loop_watches.cpp.
     int watch_plain_file(int fd, Watch& watch);
     std::uint32_t next_generation();
     void forget(int fd);
@@ -122,15 +119,13 @@ private:
     host::Log& log_;
     host::Descriptor epoll_;
     std::vector<Watch> watches_; // index: descriptor
-    std::vector<Timer> timers_;  // a heap, the next one first
+    host::Timers timers_;
     std::vector<host::Deferred*> deferred_;
     host::CallbackEnd* callback_end_ = nullptr;
     host::EdgeWatcher edges_;
     std::vector<int> changed_files_;
     host::LoopStatistics statistics_;
-    std::uint64_t timer_order_ = 0;
     std::uint32_t generation_ = 0;
-    int next_timer_id_ = 1;
     int running_ = -1; // the descriptor whose callback runs
     int error_ = 0;
     bool stopping_ = false;

@@ -228,7 +228,7 @@ void RedisStore::drop(const std::string& reason)
 
 void RedisStore::schedule_connect()
 {
-    struct Timers {
+    struct Callbacks {
         static int out_of_patience(void* user)
         {
             static_cast<RedisStore*>(user)->drop(no_answer);
@@ -252,7 +252,7 @@ void RedisStore::schedule_connect()
     loop_->remove_timer(answer_timer_);
     answer_timer_ = 0;
     delay_ms_ = std::clamp(delay_ms_ * 2, shortest_delay_ms, longest_delay_ms);
-    connect_timer_ = loop_->add_timer(delay_ms_, Timers::attempt, this);
+    connect_timer_ = loop_->add_timer(delay_ms_, Callbacks::attempt, this);
 }
 
 // Writes and signals are answered too, when nobody waits: a server that does not is lost.
