@@ -56,6 +56,9 @@ TEST_F(Supervision, SpeaksTheNotifyProtocol)
     for (const std::string& name : {path, "@power_man_test_" + std::to_string(getpid())}) {
         const Manager manager(name);
         EXPECT_EQ(appmgr_alive_fdloop_register(loop) + appmgr_signal(), 0);
+        EXPECT_EQ(appmgr_status(("on " + name).c_str()), 0);
+        EXPECT_EQ(manager.heard(), "STATUS=on " + name + " "); // not ready before the loop turns
+        EXPECT_EQ(appmgr_status(("on " + name + "\nand more").c_str()), 0);
         run_loop(3600'000); // nobody waits for signs of life
         EXPECT_EQ(manager.heard(), "READY=1 ");
         EXPECT_EQ(appmgr_set_dead_time(60000), 0);
@@ -97,7 +100,7 @@ TEST_F(Supervision, AManagerThatIsNotReachedIsOneLogLine)
     for (const std::string& name : {path, std::string(200, 'n'), path}) {
         setenv("NOTIFY_SOCKET", name.c_str(), 1);
         EXPECT_LT(appmgr_set_dead_time(1000), 0);
-        EXPECT_LT(appmgr_signal(), 0);
+        EXPECT_LT(appmgr_status(name.c_str()), 0);
         run_loop(10'000);
         const char* const why = name == path ? "No such file or directory" : "File name too long";
         EXPECT_EQ(logged, "Supervision at " + name + " is not reached: " + why + "\n");

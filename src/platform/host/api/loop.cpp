@@ -12,7 +12,9 @@ _fdloop_t* fdloop_init(void)
 
 int fdloop_loop(_fdloop_t* loop)
 {
-    return loop->run();
+    const int result = loop->run();
+    host::instance().supervision.announce_stop();
+    return result;
 }
 
 int fdloop_fd_register(_fdloop_t* loop, int fd, fdloop_fd_callback callback, void* user)

@@ -17,3 +17,8 @@ int appmgr_signal(void)
 {
     return host::instance().supervision.announce_ready();
 }
+
+int appmgr_status(const char* text)
+{
+    return host::instance().supervision.set_status(text);
+}

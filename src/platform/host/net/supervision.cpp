@@ -17,6 +17,8 @@
 namespace host {
 namespace {
 
+constexpr std::size_t longest_status = 200;
+
 const char* supervisor()
 {
     const char* const path = std::getenv("NOTIFY_SOCKET");
@@ -105,9 +107,34 @@ int Supervision::set_dead_time(std::uint64_t milliseconds)
     return notify("WATCHDOG_USEC=" + std::to_string(1000U * milliseconds)) ? 0 : -EIO;
 }
 
+int Supervision::say_ready(void* self)
+{
+    return static_cast<Supervision*>(self)->notify("READY=1") ? 0 : -EIO;
+}
+
 int Supervision::announce_ready()
 {
-    return notify("READY=1") ? 0 : -EIO;
+    if (loop_ == nullptr)
+        return say_ready(this);
+    loop_->add_timer(0, say_ready, this);
+    return 0;
+}
+
+void Supervision::announce_stop()
+{
+    notify("STOPPING=1");
+}
+
+int Supervision::set_status(std::string_view text)
+{
+    text = text.substr(0, std::min(text.find('\n'), longest_status));
+    if (text == status_)
+        return 0;
+    status_ = text;
+    if (notify("STATUS=" + status_))
+        return 0;
+    status_.clear(); // to be sent again
+    return -EIO;
 }
 
 } // namespace host

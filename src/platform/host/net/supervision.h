@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "host/log/log.h"
@@ -22,10 +23,16 @@ public:
     int give_signs(_fdloop_t* loop);
 
     int set_dead_time(std::uint64_t milliseconds);
+
+    // From the first turn of that loop; at once without one.
     int announce_ready();
+    void announce_stop();
+
+    int set_status(std::string_view text);
 
 private:
     static int beat(void* self);
+    static int say_ready(void* self);
     void schedule_beat();
     bool notify(std::string_view message);
 
@@ -33,6 +40,7 @@ private:
     _fdloop_t* loop_ = nullptr;
     std::uint64_t dead_time_ms_ = 0; // 0: nobody waits for signs of life
     int timer_ = 0;
+    std::string status_;   // as it was sent
     bool failing_ = false; // the last message was lost, and that was logged
 };
 

@@ -18,8 +18,13 @@ int appmgr_alive_fdloop_register(_fdloop_t* loop);
 /* Time without a sign of life, in milliseconds, after which the daemon counts as dead. */
 int appmgr_set_dead_time(unsigned int milliseconds);
 
-/* Start-up has come so far that the daemons waiting for this one may go on. */
+/* Start-up has come so far that the daemons waiting for this one may go on: they are told once the
+ * loop turns. */
 int appmgr_signal(void);
+
+/* What the daemon is doing, in words for whoever looks after the terminal: one line, cut at 200
+ * bytes. Saying the same again costs nothing. */
+int appmgr_status(const char* text);
 
 #ifdef __cplusplus
 }
