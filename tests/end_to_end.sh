@@ -40,7 +40,8 @@ refused 'a port' 'AP_CONSOLE_PORT' AP_CONSOLE_PORT=telnet
 refused 'a trace letter' 'AP_TRACE' AP_TRACE=pwr_man:X
 refused 'a trace group' 'AP_TRACE' AP_TRACE=other:C
 
-start_daemon qv1101A
+AP_DATABSE=unix:/run/redis start_daemon qv1101A
+check 'a misspelt variable is named' grep -q '^AP_DATABSE: there is no such variable' "$work/log"
 
 # Their output goes to a file: telnet spins when nobody reads it any more.
 by_nc() {
@@ -57,6 +58,18 @@ still_there() { [ "$(ask 'config get ram.platform.id')" = "qv1101A" ]; }
 check 'nc' by_nc
 check 'telnet' by_telnet
 check 'the first client beside them' still_there
+
+second_ends() {
+    local result=0
+    touch "$work/stamp"
+    sleep 0.05
+    env AP_BOARD_ROOT="$board/." AP_DATABASE_SEED="$board/seed" AP_CONSOLE_PORT=1 \
+        timeout 10 "$daemon" </dev/null >"$work/out" 2>&1 || result=$?
+    [ "$result" -eq 1 ] && [ "$(wc -l <"$work/out")" -eq 1 ] &&
+        grep -q "process $daemon_pid is 'pwr_man.'" "$work/out" &&
+        [ -z "$(find "$board" -newer "$work/stamp")" ]
+}
+check 'a second daemon is refused before it touches anything' second_ends
 
 head -c 300000 /dev/urandom | timeout 10 nc -q 0 127.0.0.1 "$port" >/dev/null || true
 check 'after garbage' still_there

@@ -37,7 +37,7 @@ void shared()
 {
     static RedisServer server;
     setenv("AP_DATABASE", server.address().c_str(), 1);
-    config_init_cbus(cbus_conn_create(fdloop_init(), "test"), 0);
+    config_init_cbus(cbus_conn_create(fdloop_init(), own_bus_name().c_str()), 0);
     const auto stop = [](unsigned int, const config_data_t*, void*) {
         host::instance().loop->stop();
     };

@@ -244,7 +244,7 @@ TEST_F(RealLoop, NoSourceStarvesAnother)
     };
     for (std::size_t i = 0; i < 70; ++i)
         watch(ready(), [&, i](int) { return counted(i); });
-    config_init_cbus(cbus_conn_create(loop, "test"), 0);
+    config_init_cbus(cbus_conn_create(loop, own_bus_name().c_str()), 0);
     config_change_register(
         "own", [](unsigned int, const config_data_t*, void* user) { fire(user); },
         keep([&](int) { return counted(70), config_write_int("own", 1); }));

@@ -14,6 +14,7 @@
 #include "host/host/host.h"
 #include "host/redis/redis_store.h"
 #include "platform/redis_server.h"
+#include "support/platform.h"
 
 class RedisTest : public testing::Test {
 protected:
@@ -25,7 +26,7 @@ protected:
         host::instance().log.set_sink([](int level, std::string_view text) {
             log_lines += std::to_string(level) + " " + std::string(text);
         });
-        bus = cbus_conn_create(fdloop_init(), "test");
+        bus = cbus_conn_create(fdloop_init(), own_bus_name().c_str());
         config_init_cbus(bus, 0);
         const auto marked = [](unsigned int, const config_data_t* records, void* user) {
             if (records->data != nullptr)

@@ -22,11 +22,17 @@
 #include "host/config/configuration.h"
 #include "host/host/host.h"
 
+// Tests that have no board of their own run side by side.
+inline std::string own_bus_name()
+{
+    return "test." + std::to_string(getpid());
+}
+
 // The process's loop in virtual time, with an empty database.
 inline _cbus_conn_t* connect_platform()
 {
     host::instance().clock.make_virtual();
-    _cbus_conn_t* const connection = cbus_conn_create(fdloop_init(), "test.");
+    _cbus_conn_t* const connection = cbus_conn_create(fdloop_init(), own_bus_name().c_str());
     config_init_cbus(connection, 0);
     return connection;
 }

@@ -8,6 +8,7 @@
 #include "ap/config.h"
 #include "ap/loop.h"
 #include "base/config_keys.h"
+#include "support/platform.h"
 #include "temperature/temp_desc.h"
 #include "temperature/temp_level.h"
 #include "temperature/temp_sensors.h"
@@ -48,7 +49,7 @@ TEST(Allocation, AnEvaluationThatChangesNothingNeedsNone)
 {
     if (std::getenv("LD_PRELOAD") != nullptr)
         GTEST_SKIP() << "a tool counts in our place";
-    config_init_cbus(cbus_conn_create(fdloop_init(), "test"), 0);
+    config_init_cbus(cbus_conn_create(fdloop_init(), own_bus_name().c_str()), 0);
     config_write_int(power_man::key::external_supply, 1);
     init_temp_mon_rec();
 

@@ -7,7 +7,8 @@
 
 _cbus_conn_t* cbus_conn_create(_fdloop_t* loop, const char* name)
 {
-    return loop == nullptr || name == nullptr || *name == '\0' ? nullptr : &host::instance().bus;
+    return loop == nullptr || name == nullptr || *name == '\0' ? nullptr
+                                                               : host::instance().connect_bus(name);
 }
 
 // The daemon takes no signals: there are no names to serve and none to be chosen.

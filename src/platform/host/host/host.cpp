@@ -4,7 +4,9 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -24,7 +26,7 @@ std::unique_ptr<Host>& holder()
 }
 
 constexpr int bad_setting = 2;
-constexpr int no_database = 1;
+constexpr int in_other_hands = 1; // the database cannot be had, or another daemon runs
 
 [[noreturn]] void refuse(const std::string& error, int status = bad_setting)
 {
@@ -55,6 +57,14 @@ Settings read_settings()
     return *settings;
 }
 
+// The board's directory by its one true name; "/" for the machine's own.
+std::string real_path(const std::string& board_root)
+{
+    std::array<char, PATH_MAX> path;
+    const char* const root = board_root.empty() ? "/" : board_root.c_str();
+    return realpath(root, path.data()) != nullptr ? path.data() : root;
+}
+
 std::unique_ptr<Store> open_store(const Settings& settings, ChangeDispatcher& changes,
                                   const Clock& clock, Log& log)
 {
@@ -63,7 +73,7 @@ std::unique_ptr<Store> open_store(const Settings& settings, ChangeDispatcher& ch
         auto store = open_shared_store(settings.database, settings.password_file, changes, clock,
                                        log, error);
         if (!store)
-            refuse(error, no_database);
+            refuse(error, in_other_hands);
         return store;
     }
     auto store = std::make_unique<MemoryStore>(changes);
@@ -77,7 +87,7 @@ std::unique_ptr<Store> open_store(const Settings& settings, ChangeDispatcher& ch
 Host::Host()
     : settings(read_settings()), journal(clock), log(journal, settings.log_level),
       store(open_store(settings, changes, clock, log)), configuration(*store, changes, journal),
-      bus(*store, journal, clock), devices(settings.board_root, journal, log),
+      bus(*store, journal, clock), bus_name(log), devices(settings.board_root, journal, log),
       sockets(settings.console_port, log),
       supervision(log), shells{configuration, journal, bus, traces, loop}, terminal(shells, log)
 {
@@ -95,6 +105,8 @@ _fdloop_t* Host::make_loop()
         log.write(3, "There can be no loop: %s\n", std::strerror(errno));
         return nullptr;
     }
+    for (const std::string& name : settings.unknown)
+        log.write(4, "%s: there is no such variable; it has no effect\n", name.c_str());
     if (!settings.database.empty() && !settings.seed_file.empty())
         log.write(4, "AP_DATABASE_SEED is not loaded: the database is shared with others\n");
     if (const int result = watch_stop_signals(*loop); result != 0) {
@@ -105,6 +117,17 @@ _fdloop_t* Host::make_loop()
     store->attach(*loop); // first: what it reads is delivered in the same turn
     loop->add_deferred(&changes);
     return loop.get();
+}
+
+_cbus_conn_t* Host::connect_bus(std::string_view name)
+{
+    if (!loop)
+        return nullptr;
+    const std::string board = real_path(settings.board_root);
+    std::string error;
+    if (!bus_name.take(name, board + " " + settings.database, *loop, error))
+        refuse(error, in_other_hands);
+    return &bus;
 }
 
 Host& instance()

@@ -7,6 +7,7 @@
 #include "host/base/clock.h"
 #include "host/board/devices.h"
 #include "host/bus/bus.h"
+#include "host/bus/bus_name.h"
 #include "host/config/change_dispatcher.h"
 #include "host/config/configuration.h"
 #include "host/host/settings.h"
@@ -31,6 +32,7 @@ struct Host {
     std::unique_ptr<Store> store;
     Configuration configuration;
     _cbus_conn_t bus;
+    BusName bus_name;
     Devices devices;
     Sockets sockets;
     Supervision supervision;
@@ -42,6 +44,10 @@ struct Host {
 
     // The loop, made at the first call; null when the kernel refuses one, which is logged.
     _fdloop_t* make_loop();
+
+    // The connection to the bus as `name`. The process ends with status 1, and one line on standard
+    // error, when another daemon has that name for the same board and database.
+    _cbus_conn_t* connect_bus(std::string_view name);
 };
 
 // Made on first use, from the environment; what is wrong there is said in one line on standard

@@ -2,15 +2,40 @@
 #include "host/host/settings.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 #include "host/base/integer.h"
+#include "host/base/printable.h"
 
 namespace host {
 namespace {
+
+constexpr std::size_t longest_shown_name = 60;
+
+constexpr std::array known_variables = {
+    "AP_BOARD_ROOT",    "AP_CONSOLE_PORT", "AP_DATABASE", "AP_DATABASE_PASSWORD_FILE",
+    "AP_DATABASE_SEED", "AP_LOG_LEVEL",    "AP_TRACE"};
+
+// A misspelt variable has no effect, and that may be a terminal without its database.
+std::vector<std::string> unknown_variables()
+{
+    std::vector<std::string> unknown;
+    for (char* const* entry = environ; *entry != nullptr; ++entry) {
+        const std::string_view text = *entry;
+        const std::string_view name = text.substr(0, text.find('='));
+        if (name.starts_with("AP_") && std::find(known_variables.begin(), known_variables.end(),
+                                                 name) == known_variables.end())
+            unknown.push_back(printable(name, longest_shown_name));
+    }
+    return unknown;
+}
 
 std::string variable(const char* name)
 {
@@ -62,6 +87,7 @@ std::optional<Settings> Settings::from_environment(std::string& error)
     settings.password_file = variable("AP_DATABASE_PASSWORD_FILE");
     settings.seed_file = variable("AP_DATABASE_SEED");
     settings.trace = variable("AP_TRACE");
+    settings.unknown = unknown_variables();
     if (!read_board_root(settings.board_root, error) ||
         !read_number("AP_CONSOLE_PORT", 1, 65535, settings.console_port, error) ||
         !read_number("AP_LOG_LEVEL", 0, 7, settings.log_level, error))

@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace host {
 
@@ -15,6 +16,7 @@ struct Settings {
     int console_port = 0;   // AP_CONSOLE_PORT; 0: the address as the daemon gives it
     int log_level = 5;      // AP_LOG_LEVEL
     std::string trace;      // AP_TRACE: "GROUP:LETTERS", several separated by ','
+    std::vector<std::string> unknown; // variables that begin with AP_ and are none of these
 
     // What the environment says. A variable that cannot be used is one line in `error`.
     static std::optional<Settings> from_environment(std::string& error);
