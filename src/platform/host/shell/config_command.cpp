@@ -25,7 +25,7 @@ struct Subcommand {
 int fail(std::string_view what, int error)
 {
     qv_puts(("config: " + printable(what) + ": " + std::strerror(-error) + "\n").c_str());
-    return SHELL_OK;
+    return SHELL_FAILED;
 }
 
 int get(qv_cshell& shell, Arguments words)

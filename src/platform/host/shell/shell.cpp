@@ -19,6 +19,14 @@ void flush(std::string& echo)
     echo.clear();
 }
 
+// A wrong use and a result of no meaning are failures.
+int status_of(int result)
+{
+    if (result >= SHELL_ANSWER)
+        return result - SHELL_ANSWER;
+    return result == SHELL_OK ? 0 : 1;
+}
+
 } // namespace
 
 bool split_words(std::string_view line, std::vector<std::string>& words)
@@ -75,16 +83,23 @@ void qv_cshell::complete(std::string_view before, std::string_view word,
 int qv_cshell::run_line(std::string_view line)
 {
     std::vector<std::string> words;
-    if (!host::split_words(line, words)) {
+    int result = SHELL_FAILED;
+    if (!host::split_words(line, words))
         qv_puts("A closing '\"' is missing\n");
-        return SHELL_OK;
-    }
-    if (words.empty())
-        return SHELL_OK;
+    else if (words.empty())
+        return SHELL_OK; // and the command before it is still the last one
+    else
+        result = run_words(words);
+    status_ = host::status_of(result);
+    return result;
+}
+
+int qv_cshell::run_words(std::vector<std::string>& words)
+{
     const std::optional<host::Command> command = host::find_command(words.front());
     if (!command) {
         qv_printf("%s: no such command; try 'help'\n", words.front().c_str());
-        return SHELL_OK;
+        return SHELL_FAILED;
     }
     std::vector<char*> pointers;
     for (std::string& word : words)
@@ -100,8 +115,10 @@ int qv_cshell::handle(LineEditor::Event event)
 {
     if (event == LineEditor::Event::end)
         return SHELL_EXIT;
-    if (event == LineEditor::Event::too_long)
+    if (event == LineEditor::Event::too_long) {
         qv_printf("Longer than %zu characters: not run\n", LineEditor::longest_line);
+        status_ = host::status_of(SHELL_FAILED);
+    }
     if (event == LineEditor::Event::line && run_line(editor_.line()) == SHELL_EXIT)
         return SHELL_EXIT;
     std::string echo;

@@ -44,12 +44,17 @@ public:
     int feed(std::string_view typed);
 
     const host::ShellContext& context() const { return context_; }
+
+    // Of the last command, as a script counts: 0 is success.
+    int status() const { return status_; }
+
     host::ConfigWatch& watches() { return watches_; }
     const host::ConfigWatch& watches() const { return watches_; }
 
 private:
     int handle(host::LineEditor::Event event);
     int run_line(std::string_view line);
+    int run_words(std::vector<std::string>& words);
     void complete(std::string_view before, std::string_view word,
                   std::vector<std::string>& candidates) const;
 
@@ -57,4 +62,5 @@ private:
     const host::ShellContext& context_;
     host::LineEditor editor_;
     host::ConfigWatch watches_;
+    int status_ = 0;
 };

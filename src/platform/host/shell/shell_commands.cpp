@@ -49,10 +49,12 @@ int help(qv_cshell&, Arguments arguments)
             print_summary(command);
         return SHELL_OK;
     }
-    if (const auto command = find_command(arguments[0]); command)
-        qv_puts(command->help);
-    else
+    const auto command = find_command(arguments[0]);
+    if (!command) {
         qv_printf("help: %s: no such command\n", arguments[0]);
+        return SHELL_FAILED;
+    }
+    qv_puts(command->help);
     return SHELL_OK;
 }
 
@@ -138,17 +140,22 @@ int trace(qv_cshell& shell, Arguments arguments)
     const std::string_view letters = arguments[1];
     if (group == nullptr) {
         qv_printf("trace: %s: no such group\n", arguments[0]);
-    } else if (letters == "off") {
-        group->enabled = 0;
-    } else if (letters.empty() || !std::all_of(letters.begin(), letters.end(),
-                                               [](char c) { return c >= 'A' && c <= 'Z'; })) {
-        qv_printf("trace: %s: write capital letters, or off\n", arguments[1]);
-    } else {
-        std::string error;
-        if (!groups.enable(std::string(arguments[0]) + ":" + arguments[1], error))
-            qv_puts((error + "\n").c_str());
+        return SHELL_FAILED;
     }
-    return SHELL_OK;
+    if (letters == "off") {
+        group->enabled = 0;
+        return SHELL_OK;
+    }
+    if (letters.empty() ||
+        !std::all_of(letters.begin(), letters.end(), [](char c) { return c >= 'A' && c <= 'Z'; })) {
+        qv_printf("trace: %s: write capital letters, or off\n", arguments[1]);
+        return SHELL_FAILED;
+    }
+    std::string error;
+    if (groups.enable(std::string(arguments[0]) + ":" + arguments[1], error))
+        return SHELL_OK;
+    qv_puts((error + "\n").c_str());
+    return SHELL_FAILED;
 }
 
 int loop(qv_cshell& shell, Arguments arguments)
@@ -157,7 +164,7 @@ int loop(qv_cshell& shell, Arguments arguments)
         return SHELL_USAGE;
     if (!shell.context().loop) {
         qv_puts("loop: there is none\n");
-        return SHELL_OK;
+        return SHELL_FAILED;
     }
     const LoopStatistics& statistics = shell.context().loop->statistics();
     qv_printf("callbacks %" PRIu64 "\nlongest callback %" PRIu64 " us\nwake-ups %" PRIu64 "\n",
@@ -165,8 +172,17 @@ int loop(qv_cshell& shell, Arguments arguments)
     return SHELL_OK;
 }
 
+// A program that talks to a shell finds the end of a command's output by a word of its own.
+int result(qv_cshell& shell, Arguments arguments)
+{
+    if (arguments.size() != 1)
+        return SHELL_USAGE;
+    qv_printf("%s %d\n", arguments[0], shell.status());
+    return SHELL_ANSWER + shell.status(); // what was the last command stays it
+}
+
 // Constant: other files' static objects look commands up before this file's would be made.
-constexpr std::array<OwnCommand, 7> commands{{
+constexpr std::array<OwnCommand, 8> commands{{
     {"bus", bus, "Shows the last signals sent: bus [COUNT]\n"},
     {"config", config_command,
      "Reads and writes the configuration database: config SUBCOMMAND\n"
@@ -182,6 +198,9 @@ constexpr std::array<OwnCommand, 7> commands{{
      "Shows what the daemon did: journal [NUMBER]\n"
      "  NUMBER: the lines behind that number; the last 20 without it\n"},
     {"loop", loop, "Shows how busy the event loop was\n"},
+    {"result", result,
+     "Shows how the last command ended: result WORD\n"
+     "  The word and 0 for success, 1 for failure or wrong use, or the command's answer\n"},
     {"trace", trace, "Shows and switches traces: trace [GROUP LETTERS|off]\n"},
 }};
 

@@ -18,8 +18,11 @@ extern "C" {
 /* Results of a command's handler. */
 enum {
     SHELL_OK = 0,
-    SHELL_EXIT = 2, /* ends the shell that ran the command */
-    SHELL_USAGE = 3 /* the shell prints the command's help text */
+    SHELL_FAILED = 1, /* what was asked could not be done; the command has said why */
+    SHELL_EXIT = 2,   /* ends the shell that ran the command */
+    SHELL_USAGE = 3,  /* the shell prints the command's help text */
+    SHELL_ANSWER = 16 /* SHELL_ANSWER + n: done, and n is its answer for a script: 0 to 125, and
+                         not 2, which says that no answer came */
 };
 
 /* `argv[0]` is the command's name; `argc` counts it. Valid during the call. */
