@@ -2,7 +2,7 @@
 #include "core/config_defaults.h"
 
 #include "ap/config.h"
-#include "base/config_default.h"
+#include "base/config_values.h"
 #include "base/config_keys.h"
 #include "core/pwr_mgr_main.h"
 

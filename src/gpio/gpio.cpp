@@ -12,12 +12,9 @@
 #include "ap/device.h"
 #include "ap/log.h"
 #include "base/device_file.h"
+#include "gpio/gpio_pin.h"
 
 namespace {
-
-constexpr const char* export_path = "/sys/class/gpio/export";
-constexpr const char* unexport_path = "/sys/class/gpio/unexport";
-constexpr const char* line_prefix = "/sys/class/gpio/gpio";
 
 constexpr std::uint8_t unreadable = 255;
 
@@ -57,14 +54,14 @@ void Gpio::initialize(dir_t wanted)
 void Gpio::initializeFilePath()
 {
     if (filePath.empty())
-        filePath = line_prefix + std::to_string(gpioNumber);
+        filePath = power_man::pin_path(std::to_string(gpioNumber).c_str(), "").data();
 }
 
 void Gpio::exportGpio()
 {
     if (exported)
         return;
-    power_man::write_device_file(export_path, std::to_string(gpioNumber));
+    power_man::export_pin(std::to_string(gpioNumber).c_str());
     exported = true;
 }
 
@@ -72,7 +69,7 @@ void Gpio::unexportGpio()
 {
     if (!exported)
         return;
-    power_man::write_device_file(unexport_path, std::to_string(gpioNumber));
+    power_man::unexport_pin(std::to_string(gpioNumber).c_str());
     filePath.clear();
     exported = false;
 }

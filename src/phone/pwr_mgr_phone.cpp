@@ -10,7 +10,7 @@
 #include <span>
 
 #include "ap/log.h"
-#include "base/config_default.h"
+#include "base/config_values.h"
 #include "base/device_file.h"
 #include "base/port_number.h"
 #include "base/terminal.h"

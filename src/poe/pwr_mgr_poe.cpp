@@ -3,7 +3,7 @@
 #include "poe/pwr_mgr_poe.h"
 
 #include "ap/log.h"
-#include "base/config_default.h"
+#include "base/config_values.h"
 
 namespace {
 

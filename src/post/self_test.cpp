@@ -10,10 +10,11 @@
 #include "ap/device.h"
 #include "ap/log.h"
 #include "base/config_keys.h"
+#include "base/config_values.h"
 #include "base/device_file.h"
 #include "base/terminal.h"
+#include "gpio/gpio_pin.h"
 #include "poe/pwr_mgr_poe.h"
-#include "usb/usb_power.h"
 
 namespace {
 

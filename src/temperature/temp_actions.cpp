@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "ap/config.h"
-#include "base/config_default.h"
+#include "base/config_values.h"
 #include "base/config_keys.h"
 #include "base/terminal.h"
 #include "event_handler/event_source.h"

@@ -8,7 +8,7 @@
 
 #include "ap/config.h"
 #include "ap/output.h"
-#include "base/config_default.h"
+#include "base/config_values.h"
 #include "base/config_keys.h"
 #include "base/terminal.h"
 #include "poe/pwr_mgr_poe.h"

@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "usb/usb_power.h"
 
-#include <fcntl.h>
-
-#include <array>
 #include <exception>
 #include <memory>
 
@@ -12,10 +9,10 @@
 #include "ap/log.h"
 #include "ap/output.h"
 #include "ap/text.h"
-#include "base/config_default.h"
+#include "base/config_values.h"
 #include "base/config_keys.h"
-#include "base/device_file.h"
 #include "base/terminal.h"
+#include "gpio/gpio_pin.h"
 #include "gpio/interrupt_file.h"
 #include "usb/usb_fault_handler.h"
 #include "usb/usb_pins.h"
@@ -26,21 +23,10 @@ namespace {
 
 namespace key = power_man::key;
 
-constexpr const char* export_path = "/sys/class/gpio/export";
-constexpr const char* pin_prefix = "/sys/class/gpio/gpio";
 constexpr const char* usb_capability = "ram.platform.capabilities.usb";
 
 constexpr unsigned int over_current_gpio = 81;
 constexpr unsigned int off_time_ms = 20;
-
-using PinPath = std::array<char, 256>;
-
-PinPath pin_path(const char* pin, const char* file)
-{
-    PinPath path;
-    qv_snprintf(path.data(), path.size(), "%s%s%s", pin_prefix, pin, file);
-    return path;
-}
 
 struct OverCurrentWatch {
     UsbFaultHandler handler;
@@ -69,44 +55,6 @@ void watch_over_current()
 }
 
 } // namespace
-
-int gpio_exp_pin(const char* pin, const char* state)
-{
-    const PinPath directory = pin_path(pin, "");
-    if (!device_exists(export_path))
-        return -1; // a board without sysfs GPIO
-    if (!device_exists(directory.data())) {
-        power_man::DeviceFile exporter(export_path, O_WRONLY);
-        if (exporter.is_open() && !exporter.write(pin))
-            qv_slog(3, "write error");
-        exporter.close();
-        if (!device_exists(directory.data())) {
-            qv_slog(4, "%s not found", directory.data());
-            return -1;
-        }
-    }
-    power_man::DeviceFile direction(pin_path(pin, "/direction").data(), O_WRONLY);
-    if (!direction.is_open())
-        return direction.fd();
-    if (!direction.write(state))
-        qv_slog(3, "write error");
-    return direction.close();
-}
-
-int gpio_pin_present(const char* pin)
-{
-    if (!device_exists(export_path))
-        return 0;
-    return device_exists(pin_path(pin, "").data());
-}
-
-int read_capability(const char* name)
-{
-    std::int32_t value = 0;
-    if (config_read_int(name, &value) != 0)
-        qv_slog(4, "This capabilities %s is not available in this product", name);
-    return value;
-}
 
 void pwr_mgr_usb_power(int on, int extended)
 {

@@ -3,6 +3,8 @@
 
 #include "ap/text.h"
 #include "base/config_keys.h"
+#include "base/config_values.h"
+#include "gpio/gpio_pin.h"
 #include "support/terminal.h"
 
 namespace fs = std::filesystem;

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include "base/config_default.h"
+#include "base/config_values.h"
 
 #include "ap/config.h"
+#include "ap/log.h"
 
 namespace power_man {
 
@@ -20,3 +21,11 @@ std::int32_t read_or_zero(const char* key)
 }
 
 } // namespace power_man
+
+int read_capability(const char* name)
+{
+    std::int32_t value = 0;
+    if (config_read_int(name, &value) != 0)
+        qv_slog(4, "This capabilities %s is not available in this product", name);
+    return value;
+}

@@ -14,3 +14,6 @@ void write_default(const char* key, std::int32_t value);
 std::int32_t read_or_zero(const char* key);
 
 } // namespace power_man
+
+// The integer at a capability key, 0 (and a warning) when it cannot be read.
+int read_capability(const char* key);
