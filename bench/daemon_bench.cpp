@@ -22,6 +22,8 @@ namespace {
 
 namespace key = power_man::key;
 
+constexpr std::size_t radio_module = 1; // its sensor's number
+
 constexpr int normal = 20; // degrees Celsius
 constexpr int one_up = 72;
 constexpr int three_up = 90;
@@ -46,7 +48,7 @@ public:
         config_write_int(key::mainboard_temperature, temperature);
         host::instance().loop->run_for(0);
     }
-    static std::int32_t interval() { return temp_mon_rec[power_man::radio_module].intv; }
+    static std::int32_t interval() { return temp_mon_rec[radio_module].intv; }
 
 private:
     Daemon()
@@ -79,7 +81,7 @@ void temperature_moves_nothing(benchmark::State& state)
         temperature ^= 1;
         daemon.write(temperature);
     }
-    if (daemon.interval() != 1 || temp_mon_rec[power_man::radio_module].temp != temperature)
+    if (daemon.interval() != 1 || temp_mon_rec[radio_module].temp != temperature)
         state.SkipWithError("not evaluated");
 }
 BENCHMARK(temperature_moves_nothing);

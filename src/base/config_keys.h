@@ -23,6 +23,7 @@ inline constexpr const char* usb_held = "ram.status.power_management.usb.pwr_con
 inline constexpr const char* usb_extended_held =
     "ram.status.power_management.usb.extended.pwr_controlled";
 inline constexpr const char* close_connections = "ram.status.power_management.close_connections";
+inline constexpr const char* poe_held = "ram.status.power_management.lan.poe.pwr_controlled";
 inline constexpr const char* limit_background = "ram.status.power_management.limit_background";
 inline constexpr const char* power_off = "ram.status.power_management.power_off";
 

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "base/terminal.h"
 
-#include <cstring>
-
 #include "ap/config.h"
 
 qv_trace_group_t* tg_pwr_man = nullptr;
@@ -32,11 +30,6 @@ void pwr_mgr_reset_platform_id()
 }
 
 namespace power_man {
-
-bool platform_is(const char* id)
-{
-    return std::strcmp(pwr_mgr_get_platform_id(), id) == 0;
-}
 
 bool tracing(Trace letter)
 {

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-// What every part of the daemon shares: which terminal this is, the loop, the bus connection
+// What every part of the daemon shares: the terminal's platform id, the loop, the bus connection
 // and the trace group. One thread uses all of it.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <string_view>
 
 #include "ap/bus.h"
 #include "ap/log.h"
@@ -20,29 +20,21 @@ extern _cbus_conn_t* cbus_conn;
 // What the function below has read; empty before. To be read through it only.
 extern char platform_id[16];
 
-// The terminal model, e.g. "qv1202B": never null, empty when it cannot be read. It is read once;
-// after a failure (logged at level 1) every call tries again.
+namespace power_man {
+
+// That it can have, in characters: config_read_string() is told one byte less than there are.
+inline constexpr std::size_t longest_platform_id = sizeof platform_id - 2;
+
+} // namespace power_man
+
+// The platform id, which names the terminal model: never null, empty when it cannot be read. It is
+// read once; after a failure (logged at level 1) every call tries again.
 const char* pwr_mgr_get_platform_id();
 
-// Forgets the model, so that the next call above reads it again.
+// Forgets it, so that the next call above reads it again.
 void pwr_mgr_reset_platform_id();
 
 namespace power_man {
-
-// True when the terminal is exactly that model.
-bool platform_is(const char* id);
-
-// The row of a table for this terminal: the first whose `platform` is its id; null without one.
-template <typename Table>
-auto find_platform_row(const Table& table) -> decltype(&*table.begin())
-{
-    const std::string_view id = pwr_mgr_get_platform_id();
-    for (const auto& row : table) {
-        if (id == row.platform)
-            return &row;
-    }
-    return nullptr;
-}
 
 // The letters of the trace group, as mask bits.
 enum class Trace : std::uint32_t { common = 0x4, detail = 0x8 };

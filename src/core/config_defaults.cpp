@@ -2,8 +2,8 @@
 #include "core/config_defaults.h"
 
 #include "ap/config.h"
-#include "base/config_values.h"
 #include "base/config_keys.h"
+#include "base/config_values.h"
 #include "core/pwr_mgr_main.h"
 
 namespace {

@@ -37,9 +37,19 @@ constexpr KeyAction key_actions[] = {
     {power_man::key::usb_enabled, usb_changed},
     {power_man::key::usb_extended, usb_extended_changed},
     {power_man::key::isdn_enabled, set_isdn_power},
-    {power_man::key::battery_status, set_temperature_post_result},
-    {power_man::key::mainboard_temperature, set_temperature_post_result},
 };
+
+using Action = void (*)(std::int32_t value);
+
+// What follows from a change of the key; null for nothing.
+Action action_of(const char* key)
+{
+    for (const KeyAction& row : key_actions) {
+        if (std::strcmp(row.key, key) == 0)
+            return row.action;
+    }
+    return power_man::decides_temperature_test(key) ? set_temperature_post_result : nullptr;
+}
 
 } // namespace
 
@@ -48,12 +58,8 @@ void pwr_mgr_config_changed_cb(unsigned int nbr_of_rec, const config_data_t* dat
     if (nbr_of_rec == 0)
         return;
     for (const config_data_t& record : std::span(data, nbr_of_rec)) {
-        for (const KeyAction& row : key_actions) {
-            if (std::strcmp(row.key, record.key) != 0)
-                continue;
-            if (record.data != nullptr)
-                row.action(*static_cast<const std::int32_t*>(record.data));
-            break;
-        }
+        const Action action = action_of(record.key);
+        if (action != nullptr && record.data != nullptr)
+            action(*static_cast<const std::int32_t*>(record.data));
     }
 }

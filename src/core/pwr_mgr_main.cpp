@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "core/pwr_mgr_main.h"
 
-#include <array>
-
 #include "ap/config.h"
 #include "ap/log.h"
 #include "ap/shell.h"
@@ -12,6 +10,7 @@
 #include "core/config_defaults.h"
 #include "core/config_dispatch.h"
 #include "event_handler/event_client.h"
+#include "models/models.h"
 #include "post/self_test.h"
 #include "temperature/temp_actions.h"
 #include "temperature/temp_sensors.h"
@@ -30,14 +29,6 @@ namespace key = power_man::key;
 
 constexpr const char* bus_name = "pwr_man.";
 
-// Time without a sign of life after which supervision restarts the daemon, where it is not the
-// application manager's own.
-struct DeadTime {
-    const char* platform;
-    unsigned int milliseconds;
-};
-constexpr std::array dead_times = {DeadTime{"qv1608B", 60000}};
-
 [[maybe_unused]] const int temp_status_added = shell_command_add_sorted(&temp_status_command);
 
 void connect()
@@ -53,8 +44,9 @@ void connect()
 void start_supervision()
 {
     appmgr_alive_fdloop_register(main_fdloop);
-    if (const DeadTime* const row = power_man::find_platform_row(dead_times); row != nullptr)
-        appmgr_set_dead_time(row->milliseconds);
+    const power_man::Model* const model = power_man::current_model();
+    if (model != nullptr && model->dead_time_ms != 0)
+        appmgr_set_dead_time(model->dead_time_ms);
     appmgr_signal();
 }
 

@@ -9,11 +9,13 @@
 
 #include "ap/log.h"
 #include "base/device_file.h"
-#include "base/terminal.h"
+#include "models/models.h"
 #include "poe/pwr_mgr_open.h"
 #include "poe/pwr_mgr_poe.h"
 
 namespace {
+
+using power_man::PoeSwitching;
 
 constexpr const char* supply_status_key = "ram.status.psumcu.psu.poe.enable";
 constexpr const char* supply_signal = "psumcu.poe.signal.set.poe.psu.enabled";
@@ -34,16 +36,20 @@ std::array<std::uint8_t, 8> port_payload(std::uint32_t port, bool on)
 
 void PwrMgrPoe::setPowerForPoePort(std::uint32_t port)
 {
-    static constexpr std::array<Switching, 2> switchings = {{
-        {"qv1202B", &PwrMgrPoe::applyThroughFpga},
-        {"qv1608B", &PwrMgrPoe::applyThroughPsuMcu},
-    }};
     if (!configured() || port >= numPorts)
         return;
     const bool wanted = (*portEnabled)[port] && lanEnabled && (*poeEnabled)[port];
-    const Switching* const switching = power_man::find_platform_row(switchings);
-    if (switching != nullptr)
-        (this->*switching->apply)(port, wanted);
+    const power_man::Model* const model = power_man::current_model();
+    switch (model != nullptr ? model->poe : PoeSwitching::none) {
+    case PoeSwitching::none:
+        break;
+    case PoeSwitching::fpga:
+        applyThroughFpga(wanted);
+        break;
+    case PoeSwitching::psu_mcu:
+        applyThroughPsuMcu(port, wanted);
+        break;
+    }
 }
 
 void PwrMgrPoe::setPowerForAllPoePorts()
@@ -60,7 +66,7 @@ bool PwrMgrPoe::isPoePowerNeeded()
 }
 
 // There is one output for all ports.
-void PwrMgrPoe::applyThroughFpga(std::uint32_t, bool wanted)
+void PwrMgrPoe::applyThroughFpga(bool wanted)
 {
     setPoeOnV820(wanted && !pwrControlled);
 }

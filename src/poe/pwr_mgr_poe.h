@@ -8,6 +8,7 @@
 
 #include "ap/bus.h"
 #include "ap/config.h"
+#include "base/config_keys.h"
 
 // The manager of Power over Ethernet on the LAN ports, which are numbered from 0.
 //
@@ -26,8 +27,7 @@ public:
     static constexpr const char* CFG_INTERFACES_LAN = "cfg.interfaces.lan.";
     static constexpr const char* ENABLED = ".enabled";
     static constexpr const char* POE_ENABLED = ".poe.enabled";
-    static constexpr const char* RAM_STATUS_PWR_MGR_LAN_POE =
-        "ram.status.power_management.lan.poe.pwr_controlled";
+    static constexpr const char* RAM_STATUS_PWR_MGR_LAN_POE = power_man::key::poe_held;
     static constexpr const char* RAM_STATUS_LAN = "ram.status.interfaces.lan.enabled";
     static constexpr const char* RAM_STATUS_POE = "ram.status.interfaces.lan.0.poe.enabled";
     static constexpr const char* V820_SYSFS_POE = "/sys/devices/platform/fpga.0/control/poe";
@@ -88,14 +88,8 @@ public:
                                         void* user);
 
 private:
-    // The way a terminal model switches a port that is wanted on or off.
-    struct Switching {
-        const char* platform;
-        void (PwrMgrPoe::*apply)(std::uint32_t port, bool wanted);
-    };
-
     bool configured() const { return portEnabled != nullptr && poeEnabled != nullptr; }
-    void applyThroughFpga(std::uint32_t port, bool wanted);
+    void applyThroughFpga(bool wanted);
     void applyThroughPsuMcu(std::uint32_t port, bool wanted);
 
     // Take what is in the two status keys now, or in all keys, into the mirror; keys without a

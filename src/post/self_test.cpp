@@ -4,24 +4,24 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <array>
 #include <cstdint>
+#include <cstring>
+#include <string>
 
 #include "ap/device.h"
 #include "ap/log.h"
-#include "base/config_keys.h"
 #include "base/config_values.h"
 #include "base/device_file.h"
 #include "base/terminal.h"
 #include "gpio/gpio_pin.h"
+#include "models/models.h"
 #include "poe/pwr_mgr_poe.h"
 
 namespace {
 
-namespace key = power_man::key;
-
+using power_man::current_model;
 using power_man::DeviceFile;
-using power_man::find_platform_row;
+using power_man::Model;
 using power_man::tracing;
 
 constexpr unsigned int module = 0x40000000;
@@ -30,7 +30,6 @@ constexpr unsigned int module_id = 0x00100000;
 constexpr unsigned int temperature_test = 0x4013840C;
 
 constexpr const char* isdn_power_path = "/sys/devices/platform/fpga.0/control/isdnpwr";
-constexpr const char* over_current_path = "/sys/class/gpio/gpio81/value";
 
 power_man::SelfTestContext self_test_context{};
 
@@ -60,12 +59,20 @@ Outcome test_phones()
     return Outcome::open;
 }
 
+bool has_over_current_line()
+{
+    const Model* const model = current_model();
+    return model != nullptr && model->usb.over_current_line != power_man::no_line;
+}
+
 // The line is high while no port draws too much.
 Outcome test_over_current_line()
 {
-    const DeviceFile line(over_current_path, O_RDONLY);
+    const std::string number = std::to_string(current_model()->usb.over_current_line);
+    const power_man::PinPath path = power_man::pin_path(number.c_str(), "/value");
+    const DeviceFile line(path.data(), O_RDONLY);
     if (!line.is_open()) {
-        qv_slog(3, "failed to open %s", over_current_path);
+        qv_slog(3, "failed to open %s", path.data());
         return Outcome::failed;
     }
     char level = 0;
@@ -76,66 +83,41 @@ Outcome test_over_current_line()
     return passed_if(level == '1');
 }
 
-struct SwitchPath {
-    const char* platform;
-    const char* path;
-};
-constexpr std::array switch_paths = {
-    SwitchPath{"qv1202B", "/sys/bus/platform/drivers/qv820_switch/switch.4"},
-    SwitchPath{"qv1608B", "/sys/devices/ocp.2/48030000.spi/spi_master/spi1/spi1.0/registers"},
-};
+// The key whose value, or whose coming, decides the test of the temperature.
+const char* deciding_key(const power_man::SelfTestDevices& devices)
+{
+    return devices.temperature_status != nullptr ? devices.temperature_status : devices.temperature;
+}
 
 Outcome test_ethernet_switch()
 {
-    const SwitchPath* const row = find_platform_row(switch_paths);
-    return passed_if(row != nullptr && device_exists(row->path) != 0);
+    const Model* const model = current_model();
+    return passed_if(model != nullptr && model->self_test.ethernet_switch != nullptr &&
+                     device_exists(model->self_test.ethernet_switch) != 0);
 }
-
-struct UsbLine {
-    const char* platform;
-    const char* chip; // must be there; null: none
-    const char* pin;
-};
-constexpr std::array usb_lines = {
-    UsbLine{"qv1101A", nullptr, "53"},
-    UsbLine{"qv1202B", "/sys/class/gpio/gpiochip248", "249"},
-    UsbLine{"qv1608B", nullptr, "200"},
-};
 
 Outcome test_usb_power_lines()
 {
-    const UsbLine* const row = find_platform_row(usb_lines);
-    if (row == nullptr)
+    const Model* const model = current_model();
+    if (model == nullptr || model->self_test.usb_pin == nullptr)
         return Outcome::open;
-    return passed_if((row->chip == nullptr || device_exists(row->chip) != 0) &&
-                     gpio_pin_present(row->pin) != 0);
+    const char* const chip = model->self_test.usb_chip;
+    return passed_if((chip == nullptr || device_exists(chip) != 0) &&
+                     gpio_pin_present(model->self_test.usb_pin) != 0);
 }
-
-struct TemperatureSource {
-    const char* platform;
-    const char* key;
-    bool is_status; // the value decides; otherwise it is enough that there is one
-};
-constexpr std::array temperature_sources = {
-    TemperatureSource{"qv1101A", key::battery_status, true},
-    TemperatureSource{"qv1202B", key::mainboard_temperature, false},
-    TemperatureSource{"qv1305A", key::mainboard_temperature, false},
-    TemperatureSource{"qv1403A", key::mainboard_temperature, false},
-    TemperatureSource{"qv2500A", key::mainboard_temperature, false},
-    TemperatureSource{"qv1608B", key::mainboard_temperature, false},
-};
 
 Outcome test_temperature()
 {
-    const TemperatureSource* const row = find_platform_row(temperature_sources);
-    if (row == nullptr)
+    const Model* const model = current_model();
+    if (model == nullptr)
         return Outcome::open;
     std::int32_t value = 0;
-    if (config_read_int(row->key, &value) != 0) {
-        config_change_register(row->key, context().temperature_changed, nullptr);
+    const char* const deciding = deciding_key(model->self_test);
+    if (config_read_int(deciding, &value) != 0) {
+        config_change_register(deciding, context().temperature_changed, nullptr);
         return Outcome::open;
     }
-    if (!row->is_status)
+    if (model->self_test.temperature_status == nullptr)
         return Outcome::passed;
     set_temperature_post_result(value);
     return Outcome::open;
@@ -143,18 +125,18 @@ Outcome test_temperature()
 
 struct SelfTest {
     const char* capability; // key that must not be 0; null: none needed
-    const char* platform;   // the only model with this test; null: every one
     unsigned int test_id;   // 0: the check does without pwr_man_POST()
     Outcome (*check)();
+    bool (*on_this_model)() = nullptr; // null: on every one
 };
 
 constexpr SelfTest self_tests[] = {
-    {"ram.platform.capabilities.isdn", nullptr, 0x40138406, test_isdn_power},
-    {PwrMgrPhone::CAPABILITY_NO_SLICS, nullptr, 0, test_phones},
-    {nullptr, "qv1608B", 0x40138407, test_over_current_line},
-    {PwrMgrPoe::CAPABILITY_ETH_SW, nullptr, 0x40138410, test_ethernet_switch},
-    {nullptr, nullptr, 0x4013840F, test_usb_power_lines},
-    {nullptr, nullptr, temperature_test, test_temperature},
+    {"ram.platform.capabilities.isdn", 0x40138406, test_isdn_power},
+    {PwrMgrPhone::CAPABILITY_NO_SLICS, 0, test_phones},
+    {nullptr, 0x40138407, test_over_current_line, has_over_current_line},
+    {PwrMgrPoe::CAPABILITY_ETH_SW, 0x40138410, test_ethernet_switch},
+    {nullptr, 0x4013840F, test_usb_power_lines},
+    {nullptr, temperature_test, test_temperature},
 };
 
 void report(unsigned int id, Outcome outcome)
@@ -170,31 +152,25 @@ void run(const SelfTest& test)
 {
     if (test.capability != nullptr && read_capability(test.capability) == 0)
         return;
-    if (test.platform != nullptr && !power_man::platform_is(test.platform))
+    if (test.on_this_model != nullptr && !test.on_this_model())
         return;
     const unsigned int id = test.test_id != 0 ? pwr_man_POST(test.test_id) : 0;
     report(id, test.check());
 }
 
-bool battery_is_good(int status)
-{
-    std::int32_t temperature = 0;
-    if (status != 0 || config_read_int(key::battery_temperature, &temperature) != 0)
-        return false;
-    // Misspelt as the support staff's filters have it.
-    qv_slog(4, "set_temperture_post_result, temp:%d", temperature);
-    return true;
-}
-
 bool temperature_is_good(int status)
 {
-    const TemperatureSource* const row = find_platform_row(temperature_sources);
-    if (row == nullptr)
+    const Model* const model = current_model();
+    if (model == nullptr)
         return false;
-    if (row->is_status)
-        return battery_is_good(status);
+    const power_man::SelfTestDevices& devices = model->self_test;
+    const bool has_status = devices.temperature_status != nullptr;
     std::int32_t temperature = 0;
-    return config_read_int(row->key, &temperature) == 0;
+    if ((has_status && status != 0) || config_read_int(devices.temperature, &temperature) != 0)
+        return false;
+    if (has_status) // misspelt as the support staff's filters have it
+        qv_slog(4, "set_temperture_post_result, temp:%d", temperature);
+    return true;
 }
 
 } // namespace
@@ -202,6 +178,15 @@ bool temperature_is_good(int status)
 void power_man::set_self_test_context(const SelfTestContext& context)
 {
     self_test_context = context;
+}
+
+bool power_man::decides_temperature_test(const char* key)
+{
+    for (const Model* const model : all_models()) {
+        if (std::strcmp(deciding_key(model->self_test), key) == 0)
+            return true;
+    }
+    return false;
 }
 
 void bite_ready_cb(void*)

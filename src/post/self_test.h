@@ -21,6 +21,9 @@ struct SelfTestContext {
 // To be called before everything below.
 void set_self_test_context(const SelfTestContext& context);
 
+// True for the keys that SelfTestContext::temperature_changed is called for on any model.
+bool decides_temperature_test(const char* key);
+
 } // namespace power_man
 
 // Runs the tests of this terminal one after the other, if the handler is ready, and reports their

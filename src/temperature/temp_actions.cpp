@@ -5,8 +5,8 @@
 #include <string_view>
 
 #include "ap/config.h"
-#include "base/config_values.h"
 #include "base/config_keys.h"
+#include "base/config_values.h"
 #include "base/terminal.h"
 #include "event_handler/event_source.h"
 #include "poe/pwr_mgr_poe.h"

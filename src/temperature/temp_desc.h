@@ -8,6 +8,9 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <span>
+
+#include "models/model.h"
 
 using temp_action_fn = void (*)();
 
@@ -16,9 +19,8 @@ struct temp_range_t {
     std::int32_t max;
 };
 
-inline constexpr std::size_t temp_interval_count = 5;
-inline constexpr std::size_t temp_alarm_count = 7;
-inline constexpr std::size_t temp_sensor_count = 8;
+inline constexpr std::size_t temp_interval_count = power_man::most_intervals;
+inline constexpr std::size_t temp_alarm_count = power_man::alarm_count;
 
 struct temp_sensor_desc_t {
     const char* name;
@@ -39,25 +41,17 @@ struct temp_mon_rec_t {
     std::int32_t temp;     // the last one evaluated; 0 for a sensor that reports alarms
 };
 
-// Index: the sensor's number.
-extern const std::array<temp_sensor_desc_t, temp_sensor_count> temp_desc;
-extern std::array<temp_mon_rec_t, temp_sensor_count> temp_mon_rec;
+// Index: the sensor's number. The sensors of all models stand behind each other.
+extern const std::span<const temp_sensor_desc_t> temp_desc;
+extern const std::span<temp_mon_rec_t> temp_mon_rec;
 
 // Index: the alarm id that an amplifier reports.
 extern const std::array<const char*, temp_alarm_count> temp_state_text;
 
 namespace power_man {
 
-enum TempSensor : int {
-    battery = 0,
-    radio_module = 1,
-    hpa = 2,
-    radio_module_v640 = 3,
-    radio_module_v150 = 4,
-    hpa_adu = 5,
-    radio_module_bdu = 6,
-    radio_module_v360 = 7
-};
+// The number of a model's sensor: `index` is that in the model's own list.
+std::size_t sensor_number(const Model& model, std::size_t index);
 
 // The highest interval that has a name and a range: 4, or 2 for a three-interval sensor.
 std::int32_t last_interval(const temp_sensor_desc_t& sensor);

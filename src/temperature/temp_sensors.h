@@ -8,14 +8,15 @@
 void init_temp_mon_rec();
 
 // Follows the terminal's temperature keys and evaluates their present values once. Also asks
-// the PSU MCU to publish the external supply, which every evaluation needs.
+// the PSU MCU to publish the external supply, which every evaluation needs. A platform id that
+// no model has is an alert.
 void select_temp_sensors();
 
 // Evaluates changed temperatures, amplifier states and supply, in the order of the records.
 void temperature_change_cb(unsigned int nbr_of_rec, const config_data_t* data, void* user);
 
-// Timer callback: copies the amplifier's temperature and state (and the ACM's, where there is
-// one) from the platform's keys to the status keys, and adds itself again.
+// Timer callback: copies the amplifier's temperature and state, and the readings that the model
+// names, from the platform's keys to the status keys, and adds itself again.
 int platform_temp_copy_cb(void* user);
 
 namespace power_man {

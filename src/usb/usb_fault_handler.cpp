@@ -4,7 +4,7 @@
 #include "ap/loop.h"
 #include "base/terminal.h"
 #include "event_handler/event_source.h"
-#include "usb/usb_power.h"
+#include "usb/usb_pins.h"
 
 const EventDefinition usb_event_definition = {0x10400, 1, "USB short circuit"};
 
@@ -46,8 +46,8 @@ int UsbFaultHandler::fdLoopTimeoutHandler(void* context)
     if (self->faultState == waiting) {
         self->faultState = watching;
         self->startTimer(); // before the power: its second begins now
-        pwr_mgr_usb_power(0, 0);
-        pwr_mgr_usb_power(1, 0);
+        power_man::set_usb_pins(0, 0);
+        power_man::set_usb_pins(1, 0);
     } else if (self->faultState == watching) {
         self->faultState = idle;
         power_man::report_event(usb_event_definition.id, EV_STATE_CLEARED);

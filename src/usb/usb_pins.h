@@ -1,25 +1,12 @@
 // SPDX-License-Identifier: MIT
-// Which GPIO pins switch the USB power of each terminal model, and in which order.
 #pragma once
-
-#include <span>
 
 namespace power_man {
 
-struct UsbPin {
-    const char* pin;   // kernel GPIO number
-    const char* state; // for its direction file; null: "high" or "low" as the extended port
-};
-
-struct UsbPinTable {
-    const char* platform;
-    const char* chip; // directory that must be there before a pin is touched; null: none
-    std::span<const UsbPin> on;
-    std::span<const UsbPin> off;
-    bool over_current_line; // watched once USB is on
-};
-
-// The table of this terminal, null for an unknown model.
-const UsbPinTable* find_usb_pins();
+// Brings the pins of the terminal's USB ports into their states, in the model's order: a port is
+// on when its argument is not 0, the extended one only while USB is on. False, and a line in the
+// log, for an unknown model; also on a terminal without its GPIO chip, where the USB status key
+// becomes 0. The failures of single pins are logged only.
+bool set_usb_pins(int on, int extended);
 
 } // namespace power_man

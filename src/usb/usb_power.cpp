@@ -5,15 +5,14 @@
 #include <memory>
 
 #include "ap/config.h"
-#include "ap/device.h"
 #include "ap/log.h"
 #include "ap/output.h"
 #include "ap/text.h"
-#include "base/config_values.h"
 #include "base/config_keys.h"
+#include "base/config_values.h"
 #include "base/terminal.h"
-#include "gpio/gpio_pin.h"
 #include "gpio/interrupt_file.h"
+#include "models/models.h"
 #include "usb/usb_fault_handler.h"
 #include "usb/usb_pins.h"
 
@@ -25,28 +24,28 @@ namespace key = power_man::key;
 
 constexpr const char* usb_capability = "ram.platform.capabilities.usb";
 
-constexpr unsigned int over_current_gpio = 81;
 constexpr unsigned int off_time_ms = 20;
 
 struct OverCurrentWatch {
+    explicit OverCurrentWatch(unsigned int gpio) : line(gpio, &handler) {}
+
     UsbFaultHandler handler;
-    InterruptFile line{over_current_gpio, &handler};
+    InterruptFile line;
 };
 
-// Watches the over-current line from now on, unless there is a handler already. Without the
+// Watches that over-current line from now on, unless there is a handler already. Without the
 // line's value file USB stays on unwatched, and the next USB on tries again.
-void watch_over_current()
+void watch_over_current(unsigned int gpio)
 {
     static bool reported = false;
     if (usb_fault_handler != nullptr)
         return;
-    auto watch = std::make_unique<OverCurrentWatch>();
+    auto watch = std::make_unique<OverCurrentWatch>(gpio);
     try {
         watch->line.initialize(main_fdloop);
     } catch (const std::exception& failure) {
         if (!reported)
-            qv_slog(3, "USB over-current on GPIO %u is not watched: %s\n", over_current_gpio,
-                    failure.what());
+            qv_slog(3, "USB over-current on GPIO %u is not watched: %s\n", gpio, failure.what());
         reported = true;
         return;
     }
@@ -58,22 +57,11 @@ void watch_over_current()
 
 void pwr_mgr_usb_power(int on, int extended)
 {
-    const power_man::UsbPinTable* const table = power_man::find_usb_pins();
-    if (table == nullptr) {
-        qv_slog(3, "Failed to set usb power: unknown platform [%s]", pwr_mgr_get_platform_id());
+    if (!power_man::set_usb_pins(on, extended) || on == 0)
         return;
-    }
-    if (table->chip != nullptr && !device_exists(table->chip)) {
-        qv_slog(3, "%s not found", table->chip);
-        config_write_int(key::usb_status, 0);
-        return;
-    }
-    for (const power_man::UsbPin& row : on != 0 ? table->on : table->off) {
-        const char* const follow_extended = extended != 0 ? "high" : "low";
-        gpio_exp_pin(row.pin, row.state != nullptr ? row.state : follow_extended);
-    }
-    if (on != 0 && table->over_current_line)
-        watch_over_current();
+    const int line = power_man::current_model()->usb.over_current_line;
+    if (line != power_man::no_line)
+        watch_over_current(static_cast<unsigned int>(line));
 }
 
 void apply_usb_config(int cycle)

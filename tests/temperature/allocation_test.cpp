@@ -9,6 +9,7 @@
 #include "ap/loop.h"
 #include "base/config_keys.h"
 #include "support/platform.h"
+#include "temperature/sensor_numbers.h"
 #include "temperature/temp_desc.h"
 #include "temperature/temp_level.h"
 #include "temperature/temp_sensors.h"
@@ -55,10 +56,10 @@ TEST(Allocation, AnEvaluationThatChangesNothingNeedsNone)
 
     const unsigned long before = allocations;
     ASSERT_GT(before, 0U); // counts
-    for (const int id : {power_man::battery, power_man::radio_module, power_man::radio_module_v640})
+    for (const int id : {sensor::battery, sensor::radio_module, sensor::v640})
         temp_action(id, 0, 20);
     EXPECT_EQ(allocations - before, 0U);
-    for (const std::size_t id : {power_man::battery, power_man::radio_module}) {
+    for (const std::size_t id : {sensor::battery, sensor::radio_module}) {
         EXPECT_EQ(temp_mon_rec[id].intv, 1); // placed where they were
         EXPECT_EQ(temp_mon_rec[id].temp, 20);
     }

@@ -3,12 +3,11 @@
 
 #include <algorithm>
 #include <climits>
-#include <map>
 #include <sstream>
 
 #include "base/config_keys.h"
 #include "support/terminal.h"
-#include "temperature/temp_actions.h"
+#include "temperature/sensor_numbers.h"
 #include "temperature/temp_desc.h"
 
 namespace {
@@ -75,7 +74,7 @@ const char* const amplifier_states =
 
 // Both boundaries of every interval, and jumps. A three-interval sensor has 3 beyond its last.
 const Sensor sensors[] = {
-    {power_man::battery, 2, R"(0: -300>0 | -20>0 | -19>1
+    {sensor::battery, 2, R"(0: -300>0 | -20>0 | -19>1
 1: -300>0 | -26>0 | -25>1 | 65>1 | 66>2 +USB_EXT +LIMIT_BACKGROUND
 2: 59>1 -USB_EXT -LIMIT_BACKGROUND | 60>2 | 69>2 | 70>3 +CLOSE_CONNECTIONS
 3: 64>2 -CLOSE_CONNECTIONS | 65>3 | 72>3 | 73>4 +CLOSE_TERMINAL reboot
@@ -85,42 +84,42 @@ const Sensor sensors[] = {
 4: 49>1 -CLOSE_CONNECTIONS -USB_EXT -LIMIT_BACKGROUND
 4: -26>0 -CLOSE_CONNECTIONS -USB_EXT -LIMIT_BACKGROUND
 )"},
-    {power_man::battery, 1, R"(0: -20>0 | -19>1
+    {sensor::battery, 1, R"(0: -20>0 | -19>1
 1: -26>0 | -25>1 | 52>1 | 53>2 +USB_EXT +LIMIT_BACKGROUND
 2: 49>1 -USB_EXT -LIMIT_BACKGROUND | 50>2 | 55>2 | 56>3 +CLOSE_CONNECTIONS
 3: 52>2 -CLOSE_CONNECTIONS | 53>3 | 58>3 | 59>4 +CLOSE_TERMINAL reboot
 4: 49>1 -CLOSE_CONNECTIONS -USB_EXT -LIMIT_BACKGROUND | 50>4 | 101>4
 )"},
-    {power_man::radio_module, 3, R"(0: -20>0 | -19>1
+    {sensor::radio_module, 3, R"(0: -20>0 | -19>1
 1: -26>0 | -25>1 | 70>1 | 71>2 +LIMIT_BACKGROUND +USB_EXT +POE
 2: 64>1 -LIMIT_BACKGROUND -USB_EXT -POE | 65>2 | 75>2 | 76>3 +CLOSE_CONNECTIONS
 3: 69>2 -CLOSE_CONNECTIONS | 70>3 | 80>3 | 81>4 +CLOSE_TERMINAL reboot
 4: 59>1 -CLOSE_CONNECTIONS -LIMIT_BACKGROUND -USB_EXT -POE | 60>4 | 101>4
 )"},
-    {power_man::radio_module_bdu, 3, R"(0: -20>0 | -19>1
+    {sensor::bdu, 3, R"(0: -20>0 | -19>1
 1: -26>0 | -25>1 | 72>1 | 73>2 +LIMIT_BACKGROUND +POE ram.fan.set_speed=255
 2: 66>1 -LIMIT_BACKGROUND -POE ram.fan.set_speed=0 | 67>2 | 75>2 | 76>3 +CLOSE_CONNECTIONS
 3: 69>2 -CLOSE_CONNECTIONS | 70>3 | 80>3 | 81>4 +CLOSE_TERMINAL reboot
 4: 59>1 -CLOSE_CONNECTIONS -LIMIT_BACKGROUND -POE ram.fan.set_speed=0 | 60>4 | 101>4
 )"},
-    {power_man::radio_module_v640, 3, R"(0: -20>0 | -19>1 | 101>3 +CLOSE_TERMINAL reboot
+    {sensor::v640, 3, R"(0: -20>0 | -19>1 | 101>3 +CLOSE_TERMINAL reboot
 1: -26>0 | -25>1 | 83>1 | 84>2 +CLOSE_TERMINAL reboot
 2: 59>1 | 60>2 | 100>2 | 101>3
 3: 101>3 | 1000>3 | 100>2 | 60>2 | 59>1 | -26>0
 )"},
-    {power_man::radio_module_v150, 3,
+    {sensor::v150, 3,
      R"(0: -38>0 | -37>1 -TEMP_LOW | 84>2 -TEMP_LOW +CLOSE_TERMINAL reboot
 1: -41>0 +TEMP_LOW | -40>1 | 83>1 | 84>2 +CLOSE_TERMINAL reboot
 2: 59>1 | 60>2 | 100>2 | 101>3
 3: 101>3 | 100>2 | 59>1 | -41>0 +TEMP_LOW
 )"},
-    {power_man::radio_module_v360, 3, R"(0: -20>0 | -19>1
+    {sensor::v360, 3, R"(0: -20>0 | -19>1
 1: -26>0 | -25>1 | 70>1 | 71>2 +WARN | 76>3 +WARN +CLOSE_TERMINAL shutdown
 2: 69>1 -WARN | 70>2 | 75>2 | 76>3 +CLOSE_TERMINAL shutdown
 3: 76>3 | 75>2 | 70>2 | 69>1 -WARN
 )"},
-    {power_man::hpa, 3, amplifier_states},
-    {power_man::hpa_adu, 3, amplifier_states},
+    {sensor::hpa, 3, amplifier_states},
+    {sensor::hpa_adu, 3, amplifier_states},
 };
 TEST(Level, MovesAtItsBoundariesOnly)
 {
@@ -150,8 +149,8 @@ TEST(LevelRecord, StaysWhereNothingCanBeDecided)
     Terminal terminal("qv1202B");
     terminal.write({{key::external_supply, 1}, {key::hpa_temperature_state, 2}});
     terminal.start();
-    record(power_man::radio_module).alarm_id = 6;
-    temp_action(power_man::radio_module, 0, 71);
+    record(sensor::radio_module).alarm_id = 6;
+    temp_action(sensor::radio_module, 0, 71);
     // States that no amplifier has.
     std::string story;
     for (const int alarm : {7, -1, 7, INT_MIN, INT_MAX, -1})
@@ -167,11 +166,11 @@ log 4 HPA: unknown temperature state 2147483647 is ignored
     EXPECT_EQ(std::count(story.begin(), story.end(), '\n'), 12) << "16 are remembered";
     // An unknown supply.
     terminal.write_text(key::external_supply, "mains");
-    temp_action(power_man::radio_module, 0, 90);
+    temp_action(sensor::radio_module, 0, 90);
     terminal.remove(key::external_supply);
-    temp_action(power_man::hpa, 3, 0);
+    temp_action(sensor::hpa, 3, 0);
     EXPECT_EQ(terminal.story(), "");
-    EXPECT_EQ(state(power_man::radio_module) + "; " + state(power_man::hpa),
+    EXPECT_EQ(state(sensor::radio_module) + "; " + state(sensor::hpa),
               "interval 2, alarm 6, 71 C; interval 2, alarm 2, 0 C");
 }
 
@@ -182,45 +181,12 @@ TEST(LevelSupply, IsUnpluggedAndPluggedInAgain)
     EXPECT_EQ(actions_of(terminal.start()), "");
     EXPECT_EQ(actions_of(terminal.write(key::external_supply, 0)),
               "+USB_EXT +LIMIT_BACKGROUND +CLOSE_CONNECTIONS +CLOSE_TERMINAL reboot");
-    EXPECT_EQ(state(power_man::battery), "interval 4, alarm 0, 60 C");
+    EXPECT_EQ(state(sensor::battery), "interval 4, alarm 0, 60 C");
     // 60 C is below intervals 4 and 3 of the supplied battery, but not below 2.
     EXPECT_EQ(actions_of(terminal.write(key::external_supply, 1)), "-CLOSE_CONNECTIONS");
     terminal.remove(key::battery_temperature);
     EXPECT_EQ(actions_of(terminal.write(key::external_supply, 0)), "");
-    EXPECT_EQ(state(power_man::battery), "interval 2, alarm 0, 60 C");
-}
-
-// What an action takes away when a sensor rises into an interval, its counterpart gives back
-// when the sensor leaves that interval downwards.
-const std::map<temp_action_fn, temp_action_fn> counterparts = {
-    {bgr_off, bgr_on},         {data_off, data_on},
-    {bgr_usb_off, bgr_usb_on}, {bgr_poe_off, bgr_poe_on},
-    {reboot_term, no_act},     {bgr_usb_poe_off, bgr_usb_poe_on},
-    {power_off, no_act},       {high_temp_warning_on, high_temp_warning_off},
-    {no_act, no_act},          {low_temp_off, low_temp_on}};
-
-TEST(LevelTable, HasNoHoleAndNoActionWithoutCounterpart)
-{
-    for (const temp_sensor_desc_t& sensor : temp_desc) {
-        SCOPED_TRACE(sensor.name);
-        const auto last = static_cast<std::size_t>(power_man::last_interval(sensor));
-        ASSERT_TRUE(last == 2 || last == 4);
-        EXPECT_NE(sensor.act_up[last], nullptr); // runs on the way beyond a last interval of 2
-        for (std::size_t i = 0; i < last; ++i) {
-            ASSERT_NE(sensor.intv_name[i], nullptr);
-            ASSERT_NE(sensor.act_up[i], nullptr);
-            EXPECT_EQ(counterparts.at(sensor.act_up[i]), sensor.act_down[i + 1])
-                << "interval " << i;
-            for (const auto& ranges : {sensor.range_bat, sensor.range_ac}) {
-                EXPECT_LE(ranges[i + 1].min, ranges[i].max + 1) << "hole above " << i;
-                EXPECT_TRUE(sensor.alarm2intv[0] >= 0 || ranges[i].max < ranges[i + 1].max);
-            }
-        }
-        for (const std::int32_t interval : sensor.alarm2intv) {
-            EXPECT_EQ(interval >= 0, sensor.alarm2intv[0] >= 0);
-            EXPECT_LE(interval, power_man::last_interval(sensor));
-        }
-    }
+    EXPECT_EQ(state(sensor::battery), "interval 2, alarm 0, 60 C");
 }
 
 } // namespace

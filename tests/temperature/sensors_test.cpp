@@ -137,19 +137,25 @@ TEST(SensorChange, IsEvaluatedInTheOrderOfTheRecords)
 TEST(UnknownModel, StartsWithoutSensors)
 {
     Terminal terminal("qv1608B");
-    // No model at all, one that is too long, and a near miss.
-    for (const char* const id : {"", "qv1608B0123456789", "QV1608B"}) {
+    // No model at all, one that is too long, and two near misses.
+    const std::pair<const char*, std::string> ids[] = {{"", ""},
+                                                       {"qv1608B0123456789", ""},
+                                                       {"QV1608B", "QV1608B"},
+                                                       {"qv1608B\x7f%s", "qv1608B?%s"}};
+    for (const auto& [id, shown] : ids) {
         terminal.change({{"ram.platform.id", *id != 0 ? std::optional(id) : std::nullopt}});
         pwr_mgr_reset_platform_id();
         terminal.write({{key::external_supply, 1}, {key::usb_enabled, 1}});
         write_readings(terminal, 85, 1);
         EXPECT_EQ(
-            in_words(only(terminal.start(),
-                          {"set ram.status.psumcu.events.subscribe", "pin", "raise",
-                           "log 3 Failed to set usb", "set ram.status.interfaces.usb.en"})),
-            "psumcu.events.subscribe.external_supply.pwr_mgr=1 log 3 Failed to set usb power: "
-            "unknown platform [" +
-                std::string(pwr_mgr_get_platform_id()) + "] usb.enabled=1");
+            in_words(only(terminal.start(), {"set ram.status.psumcu.events.subscribe", "pin",
+                                             "raise", "log 1 No such", "log 3 Failed to set usb",
+                                             "set ram.status.interfaces.usb.en"})),
+            "psumcu.events.subscribe.external_supply.pwr_mgr=1 " +
+                (shown.empty() ? ""
+                               : "log 1 No such model: " + shown +
+                                     "; the terminal is NOT protected from heat ") +
+                "log 3 Failed to set usb power: unknown platform [" + shown + "] usb.enabled=1");
         write_readings(terminal, 90, 3);
         EXPECT_EQ(only(terminal.run(10000), {"set ram.status.hpa", "raise"}), "");
         EXPECT_EQ(states(), "");
