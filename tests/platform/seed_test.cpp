@@ -35,15 +35,11 @@ TEST(Seed, IsTakenWholeOrRefusedWithTheLine)
         {"a=1\n\n  # remark\n\tb.c =  two words = 2 \r\n d=\n", "a=1;b.c=two words = 2;d=;"},
         {"a = 1\na = 2", "a=2;"},
         {"# nothing yet\n", ""},
-        {"ram.platform.id = qv1202B\n", "ram.platform.id=qv1202B;"},
         {"v = " + std::string(65536, 'x'), "v=long;"},
         {good + "v = " + std::string(65537, 'x'), bad + "2: bad value: Message too long"},
         {good + "\njust words\n", bad + "3: write 'key = value'"},
         {good + "a b = 1\n", bad + "2: bad key: Invalid argument"},
         {std::string(256, 'k') + " = 1\n", bad + "1: bad key: File name too long"},
-        {"# x\nram.platform.id = qv9\x1b[2J" + std::string(9000, 'x') + "\n" + good,
-         bad + "2: unknown platform 'qv9\\x1b[2J" + std::string(33, 'x') +
-             "...'; there are qv1101A, qv1202B, qv1305A, qv1403A, qv2500A, qv1608B"},
     };
     for (const auto& [content, expected] : cases) {
         std::ofstream(file, std::ios::trunc) << content;

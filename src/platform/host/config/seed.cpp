@@ -1,33 +1,17 @@
 // SPDX-License-Identifier: MIT
 #include "host/config/seed.h"
 
-#include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstring>
 #include <optional>
 #include <utility>
 #include <vector>
 
-#include "host/base/printable.h"
 #include "host/base/text_file.h"
 #include "host/config/configuration.h"
 
 namespace host {
 namespace {
-
-constexpr std::size_t longest_shown_platform = 40;
-constexpr std::string_view platform_key = "ram.platform.id";
-constexpr std::array<std::string_view, 6> platforms = {"qv1101A", "qv1202B", "qv1305A",
-                                                       "qv1403A", "qv2500A", "qv1608B"};
-
-std::string known_platforms()
-{
-    std::string all;
-    for (const std::string_view platform : platforms)
-        all.append(all.empty() ? "" : ", ").append(platform);
-    return all;
-}
 
 // Why the pair is refused; empty when it is fine.
 std::string complaint(std::string_view key, std::string_view value)
@@ -36,10 +20,6 @@ std::string complaint(std::string_view key, std::string_view value)
         return "bad key: " + std::string(std::strerror(-result));
     if (const int result = check_value(value); result != 0)
         return "bad value: " + std::string(std::strerror(-result));
-    if (key == platform_key &&
-        std::find(platforms.begin(), platforms.end(), value) == platforms.end())
-        return "unknown platform '" + printable(value, longest_shown_platform) + "'; there are " +
-               known_platforms();
     return {};
 }
 

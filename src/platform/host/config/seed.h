@@ -2,8 +2,7 @@
 // Loads a file of "key = value" lines into the configuration database.
 //
 // Blanks around the key and the value do not count; empty lines and lines that begin with '#'
-// are skipped. A line of another form, a key or value that the database refuses, and a platform
-// id that no terminal model has are errors.
+// are skipped. A line of another form, and a key or value that the database refuses, are errors.
 #pragma once
 
 #include <string>
