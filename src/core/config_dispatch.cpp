@@ -2,9 +2,9 @@
 #include "core/config_dispatch.h"
 
 #include <cstring>
-#include <span>
 
 #include "ap/log.h"
+#include "base/config_changes.h"
 #include "base/config_keys.h"
 #include "base/terminal.h"
 #include "post/self_test.h"
@@ -55,11 +55,8 @@ Action action_of(const char* key)
 
 void pwr_mgr_config_changed_cb(unsigned int nbr_of_rec, const config_data_t* data, void*)
 {
-    if (nbr_of_rec == 0)
-        return;
-    for (const config_data_t& record : std::span(data, nbr_of_rec)) {
-        const Action action = action_of(record.key);
-        if (action != nullptr && record.data != nullptr)
-            action(*static_cast<const std::int32_t*>(record.data));
-    }
+    power_man::for_each_value(nbr_of_rec, data, [](const char* key, std::int32_t value) {
+        if (const Action action = action_of(key); action != nullptr)
+            action(value);
+    });
 }

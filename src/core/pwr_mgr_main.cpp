@@ -12,7 +12,7 @@
 #include "event_handler/event_client.h"
 #include "models/models.h"
 #include "post/self_test.h"
-#include "temperature/temp_actions.h"
+#include "temperature/temp_events.h"
 #include "temperature/temp_sensors.h"
 #include "temperature/temp_status.h"
 #include "usb/isdn_power.h"

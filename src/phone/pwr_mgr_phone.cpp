@@ -3,16 +3,14 @@
 
 #include <fcntl.h>
 
-#include <array>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
-#include <span>
 
 #include "ap/log.h"
+#include "base/config_changes.h"
 #include "base/config_values.h"
 #include "base/device_file.h"
-#include "base/port_number.h"
+#include "base/port_setting.h"
 #include "base/terminal.h"
 
 namespace {
@@ -20,20 +18,6 @@ namespace {
 std::string port_key(const char* prefix, std::uint32_t port)
 {
     return std::string(prefix) + "." + std::to_string(port) + PwrMgrPhone::ENABLED_STRING;
-}
-
-// The port whose "enabled" setting is at that key, from 1; 0 for any other key.
-std::uint32_t port_of_key(const char* key)
-{
-    const std::size_t number_at = std::strlen(PwrMgrPhone::CFG_PHONE) + 1;
-    if (std::strlen(key) <= number_at || !power_man::scanf_can_hold(key + number_at))
-        return 0;
-    int port = 0;
-    std::array<char, PwrMgrPhone::CFG_LEAF_LENGTH + 1> leaf{};
-    if (std::sscanf(key, PwrMgrPhone::CFG_PHONE_SEARCH_STRING, &port, leaf.data()) != 2 || port < 1)
-        return 0;
-    const bool is_setting = std::strcmp(leaf.data(), PwrMgrPhone::ENABLED_STRING + 1) == 0;
-    return is_setting ? static_cast<std::uint32_t>(port) : 0;
 }
 
 } // namespace
@@ -131,13 +115,13 @@ void PwrMgrPhone::phoneEnabledChanged(std::uint32_t port, const std::int32_t* va
 
 void PwrMgrPhone::cfgPhoneChanged(unsigned int count, const config_data_t* entries)
 {
-    for (const config_data_t& entry : std::span(entries, count)) {
-        if (entry.data == nullptr)
-            continue;
-        const std::uint32_t port = port_of_key(entry.key);
-        if (port >= 1 && port <= numPorts)
-            phoneEnabledChanged(port, static_cast<const std::int32_t*>(entry.data));
-    }
+    power_man::for_each_value(count, entries, [this](const char* key, std::int32_t value) {
+        const auto setting = power_man::parse_port_setting(key, std::string(CFG_PHONE) + ".");
+        if (!setting || setting->rest != ENABLED_STRING || setting->port < 1)
+            return;
+        if (const auto port = static_cast<std::uint32_t>(setting->port); port <= numPorts)
+            phoneEnabledChanged(port, &value);
+    });
 }
 
 void PwrMgrPhone::cfgPhoneChanged(unsigned int count, const config_data_t* entries, void* user)

@@ -1,27 +1,18 @@
 // SPDX-License-Identifier: MIT
 // When the settings are read, and what follows from each change.
-#include <cstdio>
-#include <cstring>
-#include <span>
+#include <algorithm>
 #include <string_view>
 
 #include "ap/log.h"
-#include "base/port_number.h"
+#include "base/config_changes.h"
+#include "base/port_setting.h"
 #include "poe/pwr_mgr_poe.h"
 
 namespace {
 
-constexpr const char* sw_update_settled = "ram.status.sw_update.settled";
+using power_man::for_each_value;
 
-// Calls `apply` with the key and the value of each entry that has a value.
-template <typename Apply>
-void for_each_value(unsigned int count, const config_data_t* entries, Apply apply)
-{
-    for (const config_data_t& entry : std::span(entries, count)) {
-        if (entry.data != nullptr)
-            apply(entry.key, *static_cast<const std::int32_t*>(entry.data));
-    }
-}
+constexpr const char* sw_update_settled = "ram.status.sw_update.settled";
 
 // The writers of the two status keys hand over a byte.
 bool byte_is_set(std::int32_t value)
@@ -109,17 +100,14 @@ void PwrMgrPoe::cfgInterfacesLanChanged(unsigned int count, const config_data_t*
 
 void PwrMgrPoe::portSettingChanged(const char* key, std::int32_t value)
 {
-    const std::size_t prefix_length = std::strlen(CFG_INTERFACES_LAN);
-    if (std::strncmp(key, CFG_INTERFACES_LAN, prefix_length) != 0)
+    const auto setting = power_man::parse_port_setting(key, CFG_INTERFACES_LAN);
+    if (!setting || !configured())
         return;
-    const std::string rest(key + prefix_length);
-    const std::string port_text = rest.substr(0, rest.find('.'));
-    unsigned int port = 0;
-    if (!power_man::scanf_can_hold(port_text) || std::sscanf(port_text.c_str(), "%u", &port) != 1 ||
-        port >= numPorts || !configured())
+    const auto port = static_cast<std::uint32_t>(setting->port);
+    const std::size_t dot = std::min(setting->rest.find('.'), setting->rest.size());
+    const std::string_view leaf = setting->rest.substr(dot);
+    if (port >= numPorts)
         return;
-
-    const std::string_view leaf = std::string_view(rest).substr(port_text.size());
     if (leaf == ENABLED)
         (*portEnabled)[port] = value != 0;
     else if (leaf == POE_ENABLED)

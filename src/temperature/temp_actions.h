@@ -1,22 +1,8 @@
 // SPDX-License-Identifier: MIT
 // What the daemon does when a sensor crosses an interval boundary.
 //
-// Four consumers can be held off: data connections, background data, the extended USB port and
-// PoE. Several sensors may hold the same one: the first switches it off, the last to let go
-// switches it on again; only these two write keys and report the event. The other actions act
-// on every call.
+// The actions on a consumer (see consumers.h) count its holders; the others act on every call.
 #pragma once
-
-#include <array>
-
-#include "event_handler/event_client.h"
-
-namespace power_man {
-
-// The events that the actions report, to be registered at start-up.
-extern const std::array<EventDefinition, 9> temperature_event_definitions;
-
-} // namespace power_man
 
 void no_act();
 

@@ -9,6 +9,7 @@
 
 #include "ap/log.h"
 #include "ap/loop.h"
+#include "base/config_changes.h"
 #include "base/config_keys.h"
 #include "base/terminal.h"
 #include "models/models.h"
@@ -131,13 +132,14 @@ void temperature_change_cb(unsigned int nbr_of_rec, const config_data_t* data, v
     const Model* const model = power_man::current_model();
     if (model == nullptr)
         return;
-    for (const config_data_t& record : std::span(data, nbr_of_rec)) {
-        const Source* const source = find_source(*model, record.key);
-        if (source != nullptr && record.data != nullptr)
-            evaluate_change(*model, *source, *static_cast<const std::int32_t*>(record.data));
-        else if (power_man::tracing())
-            qv_slogd("Unknown string, %s = ***\n", record.key);
-    }
+    power_man::for_each_change(nbr_of_rec, data,
+                               [model](const char* name, const std::int32_t* value) {
+                                   const Source* const source = find_source(*model, name);
+                                   if (source != nullptr && value != nullptr)
+                                       evaluate_change(*model, *source, *value);
+                                   else if (power_man::tracing())
+                                       qv_slogd("Unknown string, %s = ***\n", name);
+                               });
 }
 
 int platform_temp_copy_cb(void*)

@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: MIT
+// What is taken away from the user in the heat. Several sensors may hold the same consumer: the
+// first switches it off, the last to let go switches it on again; only these two write keys and
+// report the event.
+#pragma once
+
+#include <array>
+#include <cstddef>
+
+namespace power_man {
+
+enum ConsumerIndex : std::size_t { data_connections, background_data, extended_usb_port, poe };
+
+struct Consumer {
+    ConsumerIndex index;
+    const char* name;
+    const char* key; // 1 while it is held off
+    unsigned int event;
+    const char* also = nullptr; // a second key with the value of the first
+    void (*off)() = nullptr;    // what is to be done before they are written
+    void (*on)() = nullptr;
+};
+
+extern const std::array<Consumer, 4> consumers; // by their index
+
+void take(ConsumerIndex index);
+void let_go(ConsumerIndex index);
+
+} // namespace power_man
