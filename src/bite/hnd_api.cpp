@@ -1,7 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "bite/hnd_api.h"
 
+#include <array>
+#include <cstdarg>
+#include <cstring>
+
 #include "ap/log.h"
+#include "ap/text.h"
 
 CBiteHndApi::CBiteHndApi() : connection_(nullptr) {}
 CBiteHndApi::~CBiteHndApi() = default;
@@ -19,4 +24,14 @@ int CBiteHndApi::sendMsg(const char* name, const char* payload, unsigned int len
         return -1;
     }
     return cbus_send_signal(connection_, name, payload, length);
+}
+
+int CBiteHndApi::sendText(const char* name, const char* format, ...) const
+{
+    std::array<char, 49> text;
+    std::va_list arguments;
+    va_start(arguments, format);
+    qv_vsnprintf(text.data(), text.size(), format, arguments);
+    va_end(arguments);
+    return sendMsg(name, text.data(), static_cast<unsigned int>(std::strlen(text.data()) + 1));
 }

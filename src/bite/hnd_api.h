@@ -19,6 +19,9 @@ public:
     // a payload or a length.
     int sendMsg(const char* name, const char* payload, unsigned int length) const;
 
+    // Sends a text of at most 48 characters with its NUL, in the form of printf. As above.
+    [[gnu::format(printf, 3, 4)]] int sendText(const char* name, const char* format, ...) const;
+
 private:
     _cbus_conn_t* connection_;
 };

@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "bite/past_api.h"
 
-#include <new>
-
 #include "ap/log.h"
-#include "base/terminal.h"
 #include "bite/bite_api.h"
 #include "bite/self_test_client.h"
 
+using power_man::api_of;
 using power_man::past_kind;
 
 namespace {
@@ -17,17 +15,9 @@ CBitePastApi::ePastResult result_of(int pass)
     return pass == 1 ? CBitePastApi::PAST_PASSED : CBitePastApi::PAST_FAILED;
 }
 
-// The object behind a handle; null, and an error, when the function is to do nothing.
-CBitePastApi* api_of(const char* function, void* handle, std::uint32_t id)
-{
-    return power_man::has_handle_and_id(function, handle, id, "pastId")
-               ? static_cast<CBitePastApi*>(handle)
-               : nullptr;
-}
-
 } // namespace
 
-CBitePastApi::CBitePastApi() : callback_(nullptr), context_(nullptr) {}
+CBitePastApi::CBitePastApi() : SelfTestClient(past_kind) {}
 CBitePastApi::~CBitePastApi() = default;
 
 bool CBitePastApi::isPastReady() const
@@ -38,50 +28,38 @@ bool CBitePastApi::isPastReady() const
 int CBitePastApi::registerPastReadyCB(void (*callback)(void*), void* context)
 {
     qv_slog(7, "registerPastReadyCB");
-    callback_ = callback;
-    context_ = context;
-    return config_change_register(past_kind.ready_key, onPastReadyChange, this);
+    return follow_ready(callback, context, onPastReadyChange, this);
 }
 
 bool CBitePastApi::isPastAllowed(const CPastId& id) const
 {
-    return power_man::test_allowed(past_kind, *this, id);
+    return allowed(id);
 }
 
 int CBitePastApi::setPAST_start(const CPastId& id) const
 {
-    return power_man::send_test_state(past_kind, *this, id, ST_STARTED);
+    return send_state(id, ST_STARTED);
 }
 
 int CBitePastApi::reportPastResult(const CPastId& id, ePastResult result) const
 {
-    return power_man::send_test_state(past_kind, *this, id,
-                                      result == PAST_PASSED ? ST_PASSED : ST_FAILED);
+    return report(id, result == PAST_PASSED);
 }
 
 int CBitePastApi::reportPastResult(const CPastId& id, ePastResult result, int info) const
 {
-    reportPastResult(id, result);
-    return power_man::send_test_info(past_kind, *this, id, info);
+    return report(id, result == PAST_PASSED, info);
 }
 
 void CBitePastApi::onPastReadyChange(unsigned int count, const config_data_t* records, void* user)
 {
-    const auto* const api = static_cast<const CBitePastApi*>(user);
-    if (count == 0 || api == nullptr)
-        return;
-    if (power_man::flag_became_set(past_kind.ready_key, count, records) &&
-        api->callback_ != nullptr)
-        api->callback_(api->context_);
+    if (const auto* const api = static_cast<const CBitePastApi*>(user); api != nullptr)
+        api->ready_changed(count, records);
 }
 
 void* bite_pastApiInit(_cbus_conn_t* connection)
 {
-    auto* const api = new (std::nothrow) CBitePastApi;
-    if (api == nullptr)
-        power_man::assertion_failed("past_api");
-    api->init(connection);
-    return api;
+    return power_man::new_api<CBitePastApi>(connection, "past_api");
 }
 
 void bite_pastApiClose(void* handle)
@@ -106,24 +84,24 @@ int bite_registerPastReadyCB(void* handle, void (*callback)(void*))
 
 int bite_isPastAllowed(void* handle, std::uint32_t test)
 {
-    const CBitePastApi* const api = api_of(__func__, handle, test);
+    const CBitePastApi* const api = api_of<CBitePastApi>(__func__, handle, test, "pastId");
     return api != nullptr && api->isPastAllowed(CPastId(test)) ? 1 : 0;
 }
 
 int bite_setPAST_start(void* handle, std::uint32_t test)
 {
-    const CBitePastApi* const api = api_of(__func__, handle, test);
+    const CBitePastApi* const api = api_of<CBitePastApi>(__func__, handle, test, "pastId");
     return api != nullptr ? api->setPAST_start(CPastId(test)) : -1;
 }
 
 int bite_PastResult(void* handle, std::uint32_t test, int pass)
 {
-    const CBitePastApi* const api = api_of(__func__, handle, test);
+    const CBitePastApi* const api = api_of<CBitePastApi>(__func__, handle, test, "pastId");
     return api != nullptr ? api->reportPastResult(CPastId(test), result_of(pass)) : -1;
 }
 
 int bite_PastResInfo(void* handle, std::uint32_t test, int pass, int info)
 {
-    const CBitePastApi* const api = api_of(__func__, handle, test);
+    const CBitePastApi* const api = api_of<CBitePastApi>(__func__, handle, test, "pastId");
     return api != nullptr ? api->reportPastResult(CPastId(test), result_of(pass), info) : -1;
 }

@@ -3,10 +3,10 @@
 
 #include "ap/config.h"
 #include "bite/bite_ids.h"
-#include "bite/hnd_api.h"
+#include "bite/self_test_client.h"
 
 // Client for periodic self-tests (PAST), used as CBitePostApi is; there is no extended test.
-class CBitePastApi : public CBiteHndApi {
+class CBitePastApi : public power_man::SelfTestClient {
 public:
     enum ePastResult : int { PAST_PASSED = 0, PAST_FAILED = 1 }; // anything but 0 failed
 
@@ -23,8 +23,4 @@ public:
     int reportPastResult(const CPastId& id, ePastResult result, int info) const;
 
     static void onPastReadyChange(unsigned int count, const config_data_t* records, void* user);
-
-private:
-    void (*callback_)(void*);
-    void* context_;
 };

@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "bite/post_api.h"
 
-#include <new>
-
-#include "base/terminal.h"
 #include "bite/bite_api.h"
 #include "bite/self_test_client.h"
 
+using power_man::api_of;
 using power_man::post_kind;
 
 namespace {
@@ -18,23 +16,9 @@ CBitePostApi::ePostResult result_of(int pass)
     return pass == 1 ? CBitePostApi::POST_PASSED : CBitePostApi::POST_FAILED;
 }
 
-// The object behind a handle; null, and an error, when the function is to do nothing.
-CBitePostApi* api_of(const char* function, void* handle)
-{
-    return power_man::has_handle(function, handle, "POST API") ? static_cast<CBitePostApi*>(handle)
-                                                               : nullptr;
-}
-
-CBitePostApi* api_of(const char* function, void* handle, std::uint32_t id)
-{
-    return power_man::has_handle_and_id(function, handle, id, "postId")
-               ? static_cast<CBitePostApi*>(handle)
-               : nullptr;
-}
-
 } // namespace
 
-CBitePostApi::CBitePostApi() : callback_(nullptr), context_(nullptr) {}
+CBitePostApi::CBitePostApi() : SelfTestClient(post_kind) {}
 CBitePostApi::~CBitePostApi() = default;
 
 bool CBitePostApi::isPostReady() const
@@ -44,9 +28,7 @@ bool CBitePostApi::isPostReady() const
 
 int CBitePostApi::registerPostReadyCB(void (*callback)(void*), void* context)
 {
-    callback_ = callback;
-    context_ = context;
-    return config_change_register(post_kind.ready_key, onPostReadyChange, this);
+    return follow_ready(callback, context, onPostReadyChange, this);
 }
 
 bool CBitePostApi::isPostExtended() const
@@ -56,43 +38,33 @@ bool CBitePostApi::isPostExtended() const
 
 bool CBitePostApi::isPostAllowed(const CPostId& id) const
 {
-    return power_man::test_allowed(post_kind, *this, id);
+    return allowed(id);
 }
 
 int CBitePostApi::setPOST_start(const CPostId& id) const
 {
-    return power_man::send_test_state(post_kind, *this, id, ST_STARTED);
+    return send_state(id, ST_STARTED);
 }
 
 int CBitePostApi::reportPostResult(const CPostId& id, ePostResult result) const
 {
-    return power_man::send_test_state(post_kind, *this, id,
-                                      result == POST_PASSED ? ST_PASSED : ST_FAILED);
+    return report(id, result == POST_PASSED);
 }
 
 int CBitePostApi::reportPostResult(const CPostId& id, ePostResult result, int info) const
 {
-    CBitePostApi::reportPostResult(id, result);
-    return power_man::send_test_info(post_kind, *this, id, info);
+    return report(id, result == POST_PASSED, info);
 }
 
 void CBitePostApi::onPostReadyChange(unsigned int count, const config_data_t* records, void* user)
 {
-    const auto* const api = static_cast<const CBitePostApi*>(user);
-    if (count == 0 || api == nullptr)
-        return;
-    if (power_man::flag_became_set(post_kind.ready_key, count, records) &&
-        api->callback_ != nullptr)
-        api->callback_(api->context_);
+    if (const auto* const api = static_cast<const CBitePostApi*>(user); api != nullptr)
+        api->ready_changed(count, records);
 }
 
 void* bite_postApiInit(_cbus_conn_t* connection)
 {
-    auto* const api = new (std::nothrow) CBitePostApi;
-    if (api == nullptr)
-        power_man::assertion_failed("post_api");
-    api->init(connection);
-    return api;
+    return power_man::new_api<CBitePostApi>(connection, "post_api");
 }
 
 void bite_postApiClose(void* handle)
@@ -110,36 +82,38 @@ int bite_isPostReady(void)
 
 int bite_registerPostReadyCB(void* handle, void (*callback)(void*), void* context)
 {
-    CBitePostApi* const api = api_of(__func__, handle);
-    return api != nullptr ? api->registerPostReadyCB(callback, context) : -1;
+    if (!power_man::has_handle(__func__, handle, "POST API"))
+        return -1;
+    return static_cast<CBitePostApi*>(handle)->registerPostReadyCB(callback, context);
 }
 
 int bite_isPostExtended(void* handle)
 {
-    const CBitePostApi* const api = api_of(__func__, handle);
-    return api != nullptr && api->isPostExtended() ? 1 : 0;
+    if (!power_man::has_handle(__func__, handle, "POST API"))
+        return 0;
+    return static_cast<const CBitePostApi*>(handle)->isPostExtended() ? 1 : 0;
 }
 
 int bite_isPostAllowed(void* handle, std::uint32_t test)
 {
-    const CBitePostApi* const api = api_of(__func__, handle, test);
+    const CBitePostApi* const api = api_of<CBitePostApi>(__func__, handle, test, "postId");
     return api != nullptr && api->isPostAllowed(CPostId(test)) ? 1 : 0;
 }
 
 int bite_setPOST_start(void* handle, std::uint32_t test)
 {
-    const CBitePostApi* const api = api_of(__func__, handle, test);
+    const CBitePostApi* const api = api_of<CBitePostApi>(__func__, handle, test, "postId");
     return api != nullptr ? api->setPOST_start(CPostId(test)) : -1;
 }
 
 int bite_PostResult(void* handle, std::uint32_t test, int pass)
 {
-    const CBitePostApi* const api = api_of(__func__, handle, test);
+    const CBitePostApi* const api = api_of<CBitePostApi>(__func__, handle, test, "postId");
     return api != nullptr ? api->reportPostResult(CPostId(test), result_of(pass)) : -1;
 }
 
 int bite_PostResInfo(void* handle, std::uint32_t test, int pass, int info)
 {
-    const CBitePostApi* const api = api_of(__func__, handle, test);
+    const CBitePostApi* const api = api_of<CBitePostApi>(__func__, handle, test, "postId");
     return api != nullptr ? api->reportPostResult(CPostId(test), result_of(pass), info) : -1;
 }

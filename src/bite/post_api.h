@@ -3,13 +3,13 @@
 
 #include "ap/config.h"
 #include "bite/bite_ids.h"
-#include "bite/hnd_api.h"
+#include "bite/self_test_client.h"
 
 // Client for power-on self-tests (POST). For each test: isPostAllowed(), and when it is,
 // setPOST_start(), the test, reportPostResult(). Nothing enforces that order, nothing blocks, and
 // what the handler wants is read from the configuration database at each call. The functions
 // that send return 0 or the bus's error. A copy uses the same connection and callback.
-class CBitePostApi : public CBiteHndApi {
+class CBitePostApi : public power_man::SelfTestClient {
 public:
     enum ePostResult : int { POST_PASSED = 0, POST_FAILED = 1 }; // anything but 0 failed
 
@@ -40,8 +40,4 @@ public:
 
     // Change callback of the ready flag; `user` is the object.
     static void onPostReadyChange(unsigned int count, const config_data_t* records, void* user);
-
-private:
-    void (*callback_)(void*);
-    void* context_;
 };

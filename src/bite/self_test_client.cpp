@@ -4,23 +4,13 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
-#include <span>
+#include <optional>
 
 #include "ap/log.h"
 #include "ap/text.h"
+#include "base/config_changes.h"
 
 namespace power_man {
-namespace {
-
-using Text = std::array<char, 40>; // keys and payloads: the longest has 35 characters
-
-int send(const CBiteHndApi& api, const char* signal, const Text& payload)
-{
-    const std::size_t length = std::strlen(payload.data()) + 1;
-    return api.sendMsg(signal, payload.data(), static_cast<unsigned int>(length));
-}
-
-} // namespace
 
 bool flag_is_set(const char* key)
 {
@@ -28,47 +18,59 @@ bool flag_is_set(const char* key)
     return config_read_int(key, &value) == 0 && value == 1;
 }
 
-bool flag_became_set(const char* key, unsigned int count, const config_data_t* records)
+int SelfTestClient::follow_ready(void (*callback)(void*), void* context,
+                                 config_change_callback changed, void* self)
 {
-    for (const config_data_t& record : std::span(records, count)) {
-        if (std::strcmp(record.key, key) == 0)
-            return record.data != nullptr && *static_cast<const std::int32_t*>(record.data) == 1;
-    }
-    return false;
+    callback_ = callback;
+    context_ = context;
+    return config_change_register(kind_->ready_key, changed, self);
 }
 
-bool test_allowed(const SelfTestKind& kind, const CBiteHndApi& api, const CEventId& id)
+// The first record of the key decides for the batch.
+void SelfTestClient::ready_changed(unsigned int count, const config_data_t* records) const
 {
-    Text key;
-    qv_snprintf(key.data(), key.size(), "ram.%s.id.%u.enable", kind.word, id.packed());
+    std::optional<bool> ready;
+    for_each_change(count, records, [&](const char* key, const std::int32_t* value) {
+        if (!ready && std::strcmp(key, kind_->ready_key) == 0)
+            ready = value != nullptr && *value == 1;
+    });
+    if (ready.value_or(false) && callback_ != nullptr)
+        callback_(context_);
+}
+
+bool SelfTestClient::allowed(const CEventId& id) const
+{
+    std::array<char, 40> key; // the longest has 31 characters
+    qv_snprintf(key.data(), key.size(), "ram.%s.id.%u.enable", kind_->word, id.packed());
     std::int32_t enabled = 0;
     const int result = config_read_int(key.data(), &enabled);
     if (result == 0 && enabled == 1) {
-        send_test_state(kind, api, id, CBite::ST_READY);
+        send_state(id, ST_READY);
         return true;
     }
     qv_slog(5,
             "%s not allowed ID: Module=%d, Module ID=%d, Test ID=%d. %sEnabled, Config %sOK(%d)\n",
-            kind.name, static_cast<int>(id.moduleNumber()), static_cast<int>(id.moduleIdNumber()),
+            kind_->name, static_cast<int>(id.moduleNumber()), static_cast<int>(id.moduleIdNumber()),
             static_cast<int>(id.testId()), enabled == 1 ? "" : "Not ", result == 0 ? "" : "NOT ",
             result);
     return false;
 }
 
-int send_test_state(const SelfTestKind& kind, const CBiteHndApi& api, const CEventId& id,
-                    CBite::eSelfTestState state)
+int SelfTestClient::send_state(const CEventId& id, eSelfTestState state) const
 {
-    Text payload;
-    qv_snprintf(payload.data(), payload.size(), "id.%u.%s.state=%d", id.packed(), kind.word,
-                static_cast<int>(state));
-    return send(api, kind.state_signal, payload);
+    return sendText(kind_->state_signal, "id.%u.%s.state=%d", id.packed(), kind_->word,
+                    static_cast<int>(state));
 }
 
-int send_test_info(const SelfTestKind& kind, const CBiteHndApi& api, const CEventId& id, int info)
+int SelfTestClient::report(const CEventId& id, bool passed) const
 {
-    Text payload;
-    qv_snprintf(payload.data(), payload.size(), "id.%u.%s.info=%d", id.packed(), kind.word, info);
-    return send(api, kind.info_signal, payload);
+    return send_state(id, passed ? ST_PASSED : ST_FAILED);
+}
+
+int SelfTestClient::report(const CEventId& id, bool passed, int info) const
+{
+    report(id, passed);
+    return sendText(kind_->info_signal, "id.%u.%s.info=%d", id.packed(), kind_->word, info);
 }
 
 bool has_handle(const char* function, const void* handle, const char* needed)

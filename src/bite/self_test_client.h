@@ -3,7 +3,10 @@
 // words in their keys, signals and messages.
 #pragma once
 
+#include <new>
+
 #include "ap/config.h"
+#include "base/terminal.h"
 #include "bite/bite_ids.h"
 #include "bite/hnd_api.h"
 
@@ -25,21 +28,52 @@ inline constexpr SelfTestKind past_kind = {"PAST", "past", "ram.past.hnd.ready",
 // True when that key reads as 1.
 bool flag_is_set(const char* key);
 
-// True when the first record of the key in a batch of changes sets it to 1.
-bool flag_became_set(const char* key, unsigned int count, const config_data_t* records);
+class SelfTestClient : public CBiteHndApi {
+protected:
+    explicit SelfTestClient(const SelfTestKind& kind) : kind_(&kind) {}
 
-// True, and READY is sent, when the handler has enabled the test; otherwise a notice says why.
-bool test_allowed(const SelfTestKind& kind, const CBiteHndApi& api, const CEventId& id);
+    // Calls `callback` each time the handler becomes ready. `changed` is a change callback that
+    // hands its records for `self` to ready_changed(). The result of the registration.
+    int follow_ready(void (*callback)(void*), void* context, config_change_callback changed,
+                     void* self);
+    void ready_changed(unsigned int count, const config_data_t* records) const;
 
-// Both return the result of the send.
-int send_test_state(const SelfTestKind& kind, const CBiteHndApi& api, const CEventId& id,
-                    CBite::eSelfTestState state);
-int send_test_info(const SelfTestKind& kind, const CBiteHndApi& api, const CEventId& id, int info);
+    // True, and READY is sent, when the handler has enabled the test; otherwise a notice says why.
+    bool allowed(const CEventId& id) const;
+
+    // The results are those of the send; with an info, of the second of two.
+    int send_state(const CEventId& id, eSelfTestState state) const;
+    int report(const CEventId& id, bool passed) const;
+    int report(const CEventId& id, bool passed, int info) const;
+
+private:
+    const SelfTestKind* kind_;
+    void (*callback_)(void*) = nullptr;
+    void* context_ = nullptr;
+};
 
 // Guards of the functions for C: false, and an error, for a null handle or identifier 0.
 // `needed` is what the caller lacks, e.g. "postId" or "POST API".
 bool has_handle(const char* function, const void* handle, const char* needed);
 bool has_handle_and_id(const char* function, const void* handle, unsigned int id,
                        const char* needed);
+
+// The object behind a handle for C; null, and an error, when the function is to do nothing.
+template <typename Api>
+Api* api_of(const char* function, void* handle, unsigned int id, const char* needed)
+{
+    return has_handle_and_id(function, handle, id, needed) ? static_cast<Api*>(handle) : nullptr;
+}
+
+// A handle for C, to be deleted by the caller; ends the process when there is no memory.
+template <typename Api>
+void* new_api(_cbus_conn_t* connection, const char* source, int line = __builtin_LINE())
+{
+    auto* const api = new (std::nothrow) Api;
+    if (api == nullptr)
+        assertion_failed(source, line);
+    api->init(connection);
+    return api;
+}
 
 } // namespace power_man
