@@ -19,6 +19,21 @@ bool DeviceFile::write(std::string_view text)
     return false;
 }
 
+bool DeviceFile::write_stream(std::string_view text)
+{
+    while (!text.empty()) {
+        const ssize_t written = device_write(fd_, text.data(), text.size());
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written == 0)
+            errno = EIO; // it would never end
+        if (written <= 0)
+            return false;
+        text.remove_prefix(static_cast<std::size_t>(written));
+    }
+    return true;
+}
+
 int DeviceFile::close()
 {
     const int fd = std::exchange(fd_, -1);

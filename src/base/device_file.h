@@ -28,6 +28,10 @@ public:
     // Writes all of `text` at once; false with errno otherwise.
     bool write(std::string_view text);
 
+    // For a driver that reads a stream: goes on where a short write has stopped. False with errno
+    // when it does not take all of it.
+    bool write_stream(std::string_view text);
+
     // The result of close(2); 0 when it is closed already.
     int close();
 

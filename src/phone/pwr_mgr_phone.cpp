@@ -101,7 +101,7 @@ bool PwrMgrPhone::setPowerForSlicDevice(std::string device, bool on) const
         qv_slog(4, "Failed to open phone interface %s", device.c_str());
         return false;
     }
-    if (file.write(on ? SLIC_POWER_UP : SLIC_POWER_DOWN))
+    if (file.write_stream(on ? SLIC_POWER_UP : SLIC_POWER_DOWN))
         return true;
     qv_slog(4, "Failed to write phone interface %s: %s", device.c_str(), std::strerror(errno));
     return false;

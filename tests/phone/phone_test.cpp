@@ -1,8 +1,32 @@
 // SPDX-License-Identifier: MIT
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <deque>
 #include <utility>
 
 #include "core/pwr_mgr_main.h"
+#include "host/base/descriptor.h"
 #include "support/terminal.h"
+
+// What the next writes of this process do: take so many bytes, or fail with -errno.
+static std::deque<int> planned_writes;
+
+extern "C" ssize_t write(int fd, const void* data, std::size_t size)
+{
+    if (!planned_writes.empty()) {
+        const int plan = planned_writes.front();
+        planned_writes.pop_front();
+        if (plan < 0) {
+            errno = -plan;
+            return -1;
+        }
+        size = std::min(size, static_cast<std::size_t>(plan));
+    }
+    return syscall(SYS_write, fd, data, size);
+}
 
 namespace {
 
@@ -71,6 +95,32 @@ TEST(Phone, DevicesThatFail)
     EXPECT_EQ(with_failing_device(terminal, "/dev/slic0.0", "cfg.interfaces.phone.1.enabled"),
               open_fails + open_fails + open_fails + write_fails + "No space left on device\n" +
                   port_fails + write_fails + "Input/output error\n" + port_fails);
+}
+
+// A write goes on where the driver stopped; what it does not take in the end is a failure.
+TEST(Phone, DriverThatTakesAByteAtATime)
+{
+    Terminal terminal("qv1202B");
+    terminal.start();
+    const std::string slic = terminal.path("/dev/slic0.0");
+    std::filesystem::remove(slic);
+    ASSERT_EQ(mkfifo(slic.c_str(), 0600), 0);
+    const host::Descriptor device(open(slic.c_str(), O_RDWR | O_NONBLOCK));
+    const auto driven = [&](std::deque<int> plan) {
+        planned_writes = std::move(plan);
+        std::string story =
+            only(terminal.write("cfg.interfaces.phone.1.enabled", 1), {"set ram", "log", "file"});
+        std::array<char, 9> taken{};
+        EXPECT_GE(read(device.get(), taken.data(), taken.size() - 1), -1);
+        return in_words(story) + ": " + taken.data();
+    };
+    const std::string failed =
+        " log 4 Failed to write phone interface /dev/slic0.0: "
+        "Input/output error log 4 Failed to enable/disable phone interface 1: ";
+    EXPECT_EQ(driven({1, 1}), "slic0.0=+ slic0.0== phone.1.enabled=1: +=");
+    EXPECT_EQ(driven({1, -EINTR, 1}), "slic0.0=+ slic0.0== phone.1.enabled=1: +=");
+    EXPECT_EQ(driven({1, -EIO}), "slic0.0=+" + failed + "+");
+    EXPECT_EQ(driven({0}), failed.substr(1));
 }
 
 TEST(Phone, Capabilities)
