@@ -5,6 +5,9 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <map>
+#include <string>
 #include <vector>
 
 #include "ap/log.h"
@@ -19,7 +22,45 @@ static_assert(sizeof(EventReport) == 16);
 using DefinitionWords = std::array<std::uint32_t, 3>;
 static_assert(sizeof(DefinitionWords) == 12);
 
+constexpr const char* report_signal = "event_handler.forwardEventReport";
+constexpr const char* definition_signal = "event_handler.registerEventDefinition";
+
 _cbus_conn_t* event_connection = nullptr;
+
+// Of the events that this process has defined: a line about one waits for no database.
+std::map<std::uint32_t, std::string>& event_names()
+{
+    static std::map<std::uint32_t, std::string> names;
+    return names;
+}
+
+int describe_report(const void* data, unsigned int kept, unsigned int length, char* text,
+                    unsigned int size)
+{
+    EventReport report{};
+    if (length != sizeof report || kept != length)
+        return -1;
+    std::memcpy(&report, data, sizeof report);
+    if (report.state != EV_STATE_RAISED && report.state != EV_STATE_CLEARED)
+        return -1;
+    const char* const verb = report.state == EV_STATE_RAISED ? "raise" : "clear";
+    const auto name = event_names().find(report.eventId);
+    if (name != event_names().end() && !name->second.empty())
+        qv_snprintf(text, size, "%s %s", verb, name->second.c_str());
+    else
+        qv_snprintf(text, size, "%s 0x%x", verb, report.eventId);
+    return CBUS_TEXT_IS_LINE;
+}
+
+int describe_definitions(const void*, unsigned int, unsigned int length, char* text,
+                         unsigned int size)
+{
+    constexpr unsigned int record = sizeof(DefinitionWords);
+    if (length == 0 || length % record != 0)
+        return -1;
+    qv_snprintf(text, size, "%u definitions", length / record);
+    return CBUS_TEXT_BEHIND_NAME;
+}
 
 void send(const char* function, const char* signal, const void* data, std::size_t length)
 {
@@ -45,12 +86,17 @@ std::uint32_t text_word(const char* text)
 void setEventConnection(_cbus_conn_t* connection)
 {
     event_connection = connection;
+    cbus_describe(report_signal, describe_report);
+    cbus_describe(definition_signal, describe_definitions);
 }
 
 void registerEventShortText(const EventDefinition* definitions, unsigned int count)
 {
-    for (unsigned int i = 0; i < count; ++i)
+    for (unsigned int i = 0; i < count; ++i) {
+        if (definitions[i].shortText != nullptr)
+            event_names()[definitions[i].id] = definitions[i].shortText;
         EventDb::writeTextAttr("stxt", definitions[i].id, definitions[i].shortText);
+    }
 }
 
 void registerEventDefinition(const EventDefinition* definitions, unsigned int count)
@@ -61,13 +107,13 @@ void registerEventDefinition(const EventDefinition* definitions, unsigned int co
     for (unsigned int i = 0; i < count; ++i)
         records.push_back(
             {definitions[i].id, definitions[i].kind, text_word(definitions[i].shortText)});
-    send("registerEventDefinition", "event_handler.registerEventDefinition", records.data(),
+    send("registerEventDefinition", definition_signal, records.data(),
          records.size() * sizeof(DefinitionWords));
 }
 
 int forwardEventReport(const EventReport* report)
 {
-    send("forwardEventReport", "event_handler.forwardEventReport", report, sizeof *report);
+    send("forwardEventReport", report_signal, report, sizeof *report);
     return 0;
 }
 

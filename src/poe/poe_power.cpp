@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "ap/log.h"
+#include "ap/text.h"
 #include "base/device_file.h"
 #include "models/models.h"
 #include "poe/pwr_mgr_open.h"
@@ -32,7 +33,41 @@ std::array<std::uint8_t, 8> port_payload(std::uint32_t port, bool on)
     return payload;
 }
 
+const char* on_off(std::uint8_t state)
+{
+    return state != 0 ? "on" : "off";
+}
+
+int describe_port(const void* data, unsigned int kept, unsigned int length, char* text,
+                  unsigned int size)
+{
+    std::array<std::uint8_t, 8> payload{};
+    if (length != payload.size() || kept != length)
+        return -1;
+    std::memcpy(payload.data(), data, payload.size());
+    std::uint32_t port = 0;
+    for (std::size_t i = 4; i > 0; --i)
+        port = port << 8U | payload[i - 1];
+    qv_snprintf(text, size, "port %u %s", port, on_off(payload[4]));
+    return CBUS_TEXT_BEHIND_NAME;
+}
+
+int describe_supply(const void* data, unsigned int kept, unsigned int length, char* text,
+                    unsigned int size)
+{
+    if (length != 1 || kept != 1)
+        return -1;
+    qv_snprintf(text, size, "%s", on_off(*static_cast<const std::uint8_t*>(data)));
+    return CBUS_TEXT_BEHIND_NAME;
+}
+
 } // namespace
+
+void PwrMgrPoe::describeSignals()
+{
+    cbus_describe(port_signal, describe_port);
+    cbus_describe(supply_signal, describe_supply);
+}
 
 void PwrMgrPoe::setPowerForPoePort(std::uint32_t port)
 {

@@ -29,6 +29,7 @@ bool take(const std::string& key, Flag&& flag)
 void PwrMgrPoe::init(_cbus_conn_t* connection)
 {
     cbusConn = connection;
+    describeSignals();
     readCapabilities();
 }
 

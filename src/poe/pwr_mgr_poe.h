@@ -89,6 +89,7 @@ public:
 
 private:
     bool configured() const { return portEnabled != nullptr && poeEnabled != nullptr; }
+    static void describeSignals(); // of those below
     void applyThroughFpga(bool wanted);
     void applyThroughPsuMcu(std::uint32_t port, bool wanted);
 

@@ -45,6 +45,27 @@ std::string signals()
     return text;
 }
 
+TEST_F(EventClient, TellsItsSignalsInWords)
+{
+    using namespace std::string_view_literals;
+    constexpr EventDefinition definition = {0x10203, 1, "EV_HOT\x1b"};
+    registerEventDefinition(&definition, 1);
+    const auto report = "\x03\x02\x01\0\x01\x04\0\0\0\0\0\0\x02\0\0\0"sv;
+    const auto unnamed = "\xff\xff\xff\xff\x01\x04\0\0\0\0\0\0\x01\0\0\0"sv;
+    const std::string name = "event_handler.forwardEventReport";
+    const std::string definitions = "event_handler.registerEventDefinition";
+    const std::tuple<std::string, std::string_view, std::size_t, std::string> cases[] = {
+        {name, report, 16, "raise EV_HOT\\x1b"},
+        {name, unnamed, 16, "clear 0xffffffff"},
+        {name, report.substr(0, 3), 16, "signal " + name + " 03 02 01"},
+        {name, "\x01", 1, "signal " + name + " 01"},
+        {definitions, unnamed, 108, "signal " + definitions + " 9 definitions"},
+        {definitions, "\x01", 1, "signal " + definitions + " 01"},
+    };
+    for (const auto& [signal, bytes, length, text] : cases)
+        EXPECT_EQ(host::instance().bus.describe(signal, bytes, length), text);
+}
+
 TEST_F(EventClient, SendsItsRecordsByteForByte)
 {
     EXPECT_EQ(reportEventOnUnit(0x10400, 0x0401, 0, EV_STATE_RAISED, 0), 0);

@@ -271,26 +271,25 @@ TEST_F(Shell, journal_bus_trace_and_loop_tell_what_happened)
     EXPECT_TRUE(run("loop").starts_with("callbacks "));
 }
 
+// Shows the bytes that it is given as text, and the length.
+static int describe(const void* data, unsigned int kept, unsigned int length, char* text,
+                    unsigned int size)
+{
+    const std::string bytes(static_cast<const char*>(data), kept);
+    std::snprintf(text, size, "%s of %u", bytes.c_str(), length);
+    return length == 7 ? -1 : static_cast<int>(length % 2);
+}
+
 TEST_F(Shell, describes_signals_and_trusts_no_length)
 {
     using namespace std::string_view_literals;
-    config_write_string("txt.evh.stxt.66051", "EV_HOT\x1b");
-    const auto report = "\x03\x02\x01\0\x01\x04\0\0\0\0\0\0\x02\0\0\0"sv;
-    const auto unnamed = "\xff\xff\xff\xff\x01\x04\0\0\0\0\0\0\x01\0\0\0"sv;
-    const std::string name = "event_handler.forwardEventReport";
-    const std::string port = "psumcu.poe.signal.set.port.poe.enabled";
-    const std::string supply = "psumcu.poe.signal.set.poe.psu.enabled";
-    const std::string definitions = "event_handler.registerEventDefinition";
+    cbus_describe("known", describe);
     const std::tuple<std::string, std::string_view, std::size_t, std::string> cases[] = {
-        {name, report, 16, "raise EV_HOT\\x1b"},
-        {name, unnamed, 16, "clear 0xffffffff"},
-        {name, report.substr(0, 3), 16, "signal " + name + " 03 02 01"},
-        {definitions, unnamed, 108, "signal " + definitions + " 9 definitions"},
-        {definitions, "\x01", 1, "signal " + definitions + " 01"},
-        {port, "\x01\0\0\0\x01\0\0\0"sv, 8, "signal " + port + " port 1 on"},
-        {port, "\x01\0\0\0\x01"sv, 5, "signal " + port + " 01 00 00 00 01"},
-        {supply, "\x01", 1, "signal " + supply + " on"},
-        {"x", "text\0"sv, 5, "signal x \"text\""},
+        {"known", "a\x1b", 400, "signal known a\\x1b of 400"},
+        {"known", "abc", 3, "abc of 3"},
+        {"known", "\1bcdefg", 7, "signal known 01 62 63 64 65 66 67"},
+        {"known", std::string_view(), 1, " of 1"},
+        {"knownx", "text\0"sv, 5, "signal knownx \"text\""},
         {"x", "te\0xt"sv, 5, "signal x 74 65 00 78 74"},
         {"x", "text", 400, "signal x \"text\"..."},
         {"x\n", "\0"sv, 1, "signal x\\x0a 00"},

@@ -91,6 +91,11 @@ TEST(Poe, PortTextsAndTheBytesOfTheirSignals)
     terminal.write({{lan_status, 1}, {poe_0, 1}, {"cfg.interfaces.lan.1.poe.enabled", 1}});
     terminal.write(settled, 1);
     const host::SignalLog& signals = host::instance().bus.sent();
+    const _cbus_conn_t& bus = host::instance().bus;
+    const std::string port = "psumcu.poe.signal.set.port.poe.enabled";
+    EXPECT_EQ(bus.describe(port, "\1", 8), "signal " + port + " 01"); // others' lengths
+    EXPECT_EQ(bus.describe("psumcu.poe.signal.set.poe.psu.enabled", "", 0),
+              "signal psumcu.poe.signal.set.poe.psu.enabled");
     EXPECT_EQ(signals.signal(signals.count() - 1).kept(), "\1");
     EXPECT_EQ(signals.signal(signals.count()).kept(), std::string_view("\1\0\0\0\1\0\0\0", 8));
     terminal.write("ram.status.psumcu.psu.poe.enable", 1);

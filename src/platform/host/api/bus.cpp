@@ -29,3 +29,8 @@ int cbus_send_signal(_cbus_conn_t* connection, const char* name, const void* dat
         return -EINVAL;
     return connection->send(name, {static_cast<const char*>(data), length});
 }
+
+void cbus_describe(const char* name, cbus_describer describer)
+{
+    host::instance().bus.set_describer(name, describer);
+}

@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <map>
+#include <string>
+#include <string_view>
+
 #include "ap/bus.h"
 #include "host/bus/signal_log.h"
 #include "host/config/store.h"
@@ -21,12 +25,19 @@ public:
 
     const host::SignalLog& sent() const { return signals_; }
 
-    // One line for a person: "raise EV_AP_TEMP_LOW", "signal NAME \"text\"", or the bytes in
-    // hexadecimal. `payload` may be cut; `length` is what was sent.
+    // As cbus_describe().
+    void set_describer(const char* name, cbus_describer describer)
+    {
+        describers_[name] = describer;
+    }
+
+    // One line for a person: what the signal's describer says, "signal NAME \"text\"", or the bytes
+    // in hexadecimal. `payload` may be cut; `length` is what was sent.
     std::string describe(std::string_view name, std::string_view payload, std::size_t length) const;
 
 private:
     host::Store& store_;
     host::Journal& journal_;
     host::SignalLog signals_;
+    std::map<std::string_view, cbus_describer> describers_; // by the signal's name
 };

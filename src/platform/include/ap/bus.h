@@ -27,6 +27,25 @@ int cbus_filter(_cbus_conn_t* connection, const char* prefix);
 int cbus_send_signal(_cbus_conn_t* connection, const char* name, const void* data,
                      unsigned int length);
 
+/*
+ * Puts a signal into words, for a person who looks at the bus. `data` holds the first `kept` of
+ * the `length` bytes that were sent; `text` takes `size` bytes with the NUL. The result says what
+ * the text is; it is negative when the signal has not the form that belongs to its name.
+ */
+typedef int (*cbus_describer)(const void* data, unsigned int kept, unsigned int length, char* text,
+                              unsigned int size);
+enum {
+    CBUS_TEXT_BEHIND_NAME = 0, /* what stands behind the name of the signal */
+    CBUS_TEXT_IS_LINE = 1      /* the whole line */
+};
+
+/*
+ * Describes the signals of exactly that name (borrowed) from now on; another describer for the
+ * name takes the place of the first. It may be called at any time, and must not use the platform's
+ * database or bus. An implementation that shows no signals does nothing here.
+ */
+void cbus_describe(const char* name, cbus_describer describer);
+
 #ifdef __cplusplus
 }
 #endif
