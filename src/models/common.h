@@ -32,6 +32,16 @@ inline constexpr Interval amplifier_intervals[] = {
     {off, always(0, 0), Action::no_act, Action::no_act},
 };
 
+constexpr Sensor amplifier(const char* name)
+{
+    return {name, key::hpa_temperature, by_amplifier_state, amplifier_intervals};
+}
+
+constexpr Sensor radio_module(const char* name, std::span<const Interval> intervals)
+{
+    return {name, key::mainboard_temperature, by_temperature, intervals};
+}
+
 constexpr Source module_source(std::size_t sensor)
 {
     return {key::mainboard_temperature, Reading::temperature, sensor, " RadioModule, temperature"};
@@ -52,6 +62,15 @@ inline constexpr Limitation module_limitations[] = {
     background_limited,
     connections_closed,
     terminal_off};
+
+// The radio module as the first sensor, and no amplifier.
+inline constexpr StatusReport module_report = {
+    .sensor = 0, .battery_limits = true, .amplifier = no_sensor, .limitations = module_limitations};
+inline constexpr SelfTestDevices module_self_test = {.ethernet_switch = nullptr,
+                                                     .usb_chip = nullptr,
+                                                     .usb_pin = nullptr,
+                                                     .temperature_status = nullptr,
+                                                     .temperature = key::mainboard_temperature};
 
 // USB power straight from the processor's pins.
 inline constexpr UsbPin direct_on[] = {

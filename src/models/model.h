@@ -54,7 +54,9 @@ struct Ranges {
 // What is done when a sensor crosses a boundary; src/temperature knows how.
 enum class Action : std::uint8_t {
     no_act,
-    data_off,
+    reboot_term,
+    power_off,
+    data_off, // from here on in pairs, of which each undoes the other
     data_on,
     bgr_off,
     bgr_on,
@@ -68,16 +70,23 @@ enum class Action : std::uint8_t {
     bgr_usb_poe_on,
     bgr_poe_off,
     bgr_poe_on,
-    reboot_term,
-    power_off,
-    low_temp_on,
     low_temp_off,
+    low_temp_on,
     high_temp_warning_on,
     high_temp_warning_off,
     fan_on,
     fan_off,
     count_ // no action: how many there are
 };
+
+// What undoes an action when the sensor comes back.
+constexpr Action counterpart(Action action)
+{
+    constexpr auto first_pair = static_cast<unsigned int>(Action::data_off);
+    const auto number = static_cast<unsigned int>(action);
+    return number < first_pair ? Action::no_act
+                               : static_cast<Action>(first_pair + ((number - first_pair) ^ 1U));
+}
 
 struct Interval {
     const char* name = to_be_stated<"name">;

@@ -16,14 +16,8 @@ inline constexpr Interval module[] = {
     {off, always(60, 100), no_act, no_act},
 };
 inline constexpr Sensor sensors[] = {
-    {.name = "Radio Module",
-     .key = key::mainboard_temperature,
-     .alarm_intervals = by_temperature,
-     .intervals = module},
-    {.name = "HPA",
-     .key = key::hpa_temperature,
-     .alarm_intervals = by_amplifier_state,
-     .intervals = amplifier_intervals},
+    radio_module("Radio Module", module),
+    amplifier("HPA"),
 };
 inline constexpr Source sources[] = {module_source(0), amplifier_source(1)};
 

@@ -13,10 +13,7 @@ inline constexpr Interval module[] = {
     {normal, always(-25, 83), reboot_term, no_act},
     {off, always(60, 100), no_act, no_act},
 };
-inline constexpr Sensor sensors[] = {{.name = "Radio Module - V640",
-                                      .key = key::mainboard_temperature,
-                                      .alarm_intervals = by_temperature,
-                                      .intervals = module}};
+inline constexpr Sensor sensors[] = {radio_module("Radio Module - V640", module)};
 inline constexpr Source sources[] = {module_source(0)};
 
 inline constexpr Model model = {
@@ -25,17 +22,10 @@ inline constexpr Model model = {
     .sources = sources,
     .subscription = nullptr,
     .copies = {},
-    .report = {.sensor = 0,
-               .battery_limits = true,
-               .amplifier = no_sensor,
-               .limitations = module_limitations},
+    .report = module_report,
     .usb = direct_usb,
     .poe = PoeSwitching::none,
-    .self_test = {.ethernet_switch = nullptr,
-                  .usb_chip = nullptr,
-                  .usb_pin = nullptr,
-                  .temperature_status = nullptr,
-                  .temperature = key::mainboard_temperature},
+    .self_test = module_self_test,
     .dead_time_ms = 0,
 };
 static_assert(is_sound(model));

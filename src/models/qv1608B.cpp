@@ -16,14 +16,8 @@ inline constexpr Interval module[] = {
     {off, always(60, 100), no_act, no_act},
 };
 inline constexpr Sensor sensors[] = {
-    {.name = "HPA - Morvin ADU",
-     .key = key::hpa_temperature,
-     .alarm_intervals = by_amplifier_state,
-     .intervals = amplifier_intervals},
-    {.name = "Radio Module - Morvin BDU",
-     .key = key::mainboard_temperature,
-     .alarm_intervals = by_temperature,
-     .intervals = module},
+    amplifier("HPA - Morvin ADU"),
+    radio_module("Radio Module - Morvin BDU", module),
 };
 inline constexpr Source sources[] = {module_source(1), amplifier_source(0)};
 

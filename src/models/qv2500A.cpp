@@ -13,10 +13,7 @@ inline constexpr Interval module[] = {
     {normal, always(-40, 83), reboot_term, low_temp_on},
     {off, always(60, 100), no_act, no_act},
 };
-inline constexpr Sensor sensors[] = {{.name = "Radio Module - V150",
-                                      .key = key::mainboard_temperature,
-                                      .alarm_intervals = by_temperature,
-                                      .intervals = module}};
+inline constexpr Sensor sensors[] = {radio_module("Radio Module - V150", module)};
 inline constexpr Source sources[] = {module_source(0)};
 
 inline constexpr Limitation limitations[] = {terminal_off};
@@ -33,11 +30,7 @@ inline constexpr Model model = {
                .limitations = limitations},
     .usb = {.chip = nullptr, .on = {}, .off = {}, .over_current_line = no_line},
     .poe = PoeSwitching::none,
-    .self_test = {.ethernet_switch = nullptr,
-                  .usb_chip = nullptr,
-                  .usb_pin = nullptr,
-                  .temperature_status = nullptr,
-                  .temperature = key::mainboard_temperature},
+    .self_test = module_self_test,
     .dead_time_ms = 0,
 };
 static_assert(is_sound(model));

@@ -19,6 +19,8 @@ struct ActionRow {
 // Index: the action.
 inline constexpr std::array<ActionRow, static_cast<std::size_t>(Action::count_)> action_table = {{
     {Action::no_act, "no_act", no_act},
+    {Action::reboot_term, "reboot_term", reboot_term},
+    {Action::power_off, "power_off", ::power_off},
     {Action::data_off, "data_off", data_off},
     {Action::data_on, "data_on", data_on},
     {Action::bgr_off, "bgr_off", bgr_off},
@@ -33,10 +35,8 @@ inline constexpr std::array<ActionRow, static_cast<std::size_t>(Action::count_)>
     {Action::bgr_usb_poe_on, "bgr_usb_poe_on", bgr_usb_poe_on},
     {Action::bgr_poe_off, "bgr_poe_off", bgr_poe_off},
     {Action::bgr_poe_on, "bgr_poe_on", bgr_poe_on},
-    {Action::reboot_term, "reboot_term", reboot_term},
-    {Action::power_off, "power_off", ::power_off},
-    {Action::low_temp_on, "low_temp_on", low_temp_on},
     {Action::low_temp_off, "low_temp_off", low_temp_off},
+    {Action::low_temp_on, "low_temp_on", low_temp_on},
     {Action::high_temp_warning_on, "high_temp_warning_on", high_temp_warning_on},
     {Action::high_temp_warning_off, "high_temp_warning_off", high_temp_warning_off},
     {Action::fan_on, "fan_on", fan_on},
