@@ -4,6 +4,7 @@
 #   portability.sh SOURCE-DIRECTORY LINKER-COMMAND...
 # - with its objects, the operations that the interface declares and the compiler's own
 #   libraries, nothing is left undefined;
+# - a platform id is written in src/models and nowhere else in src;
 # - no source outside src/platform includes a header from behind the interface.
 set -u
 source_dir=$1
@@ -24,6 +25,10 @@ rm -f "$program"
 if grep -rnE '#include *["<](host/|.*platform/)' "$source_dir/src" --include='*.cpp' \
     --include='*.h' | grep -v "^$source_dir/src/platform/"; then
     echo "the lines above include what is behind the interface"
+    failed=1
+fi
+if grep -rnE 'qv[0-9]{4}[A-Z]' "$source_dir/src" | grep -v "^$source_dir/src/models/"; then
+    echo "the lines above name a platform id outside src/models"
     failed=1
 fi
 exit $failed
