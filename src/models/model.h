@@ -19,7 +19,6 @@ namespace power_man {
 // A member's name, for the compiler's message.
 template <std::size_t Size>
 struct MemberName {
-    // NOLINTNEXTLINE(google-explicit-constructor): a literal becomes a template argument
     consteval MemberName(const char (&literal)[Size])
     {
         for (std::size_t i = 0; i < Size; ++i)

@@ -68,6 +68,9 @@ constexpr void check_sources(const Model& model)
             refuse("a source names a sensor that the model has not");
         if ((source.reading == Reading::alarm) != decides_by_alarm(model.sensors[source.sensor]))
             refuse("a sensor is fed with what it is not decided by");
+        if (source.reading == Reading::temperature &&
+            std::string_view(source.key) != model.sensors[source.sensor].key)
+            refuse("temp_status shows another temperature than decides");
         const auto has_its_key = [&source](const Source& other) {
             return std::string_view(other.key) == source.key;
         };

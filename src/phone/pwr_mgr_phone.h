@@ -20,8 +20,9 @@ public:
     static constexpr const char* CFG_PHONE = "cfg.interfaces.phone";
     static constexpr const char* ENABLED_STRING = ".enabled";
     static constexpr const char* RAM_PHONE = "ram.status.interfaces.phone";
+    // The form of a setting's key, for scanf, and the longest leaf in it.
     static constexpr const char* CFG_PHONE_SEARCH_STRING = "cfg.interfaces.phone.%d.%20s";
-    static constexpr unsigned int CFG_LEAF_LENGTH = 20; // as in the pattern
+    static constexpr unsigned int CFG_LEAF_LENGTH = 20;
     static constexpr const char* SLIC_POWER_UP = "+=";
     static constexpr const char* SLIC_POWER_DOWN = "-";
     static constexpr int DEFAULT_PHONE_ENABLED = 0;

@@ -38,7 +38,7 @@ void set_held(const Consumer& consumer, bool held)
     report_event(consumer.event, held ? EV_STATE_RAISED : EV_STATE_CLEARED);
 }
 
-constexpr std::array<Consumer, 4> rows = {{
+constexpr std::array<Consumer, consumer_count> rows = {{
     {.index = data_connections,
      .name = "data connections",
      .key = key::close_connections,
@@ -65,7 +65,7 @@ std::array<std::int32_t, rows.size()> holds{};
 
 } // namespace
 
-constinit const std::array<Consumer, 4> consumers = rows;
+constinit const std::array<Consumer, consumer_count> consumers = rows;
 
 void take(ConsumerIndex index)
 {

@@ -9,7 +9,13 @@
 
 namespace power_man {
 
-enum ConsumerIndex : std::size_t { data_connections, background_data, extended_usb_port, poe };
+enum ConsumerIndex : std::size_t {
+    data_connections,
+    background_data,
+    extended_usb_port,
+    poe,
+    consumer_count
+};
 
 struct Consumer {
     ConsumerIndex index;
@@ -21,7 +27,7 @@ struct Consumer {
     void (*on)() = nullptr;
 };
 
-extern const std::array<Consumer, 4> consumers; // by their index
+extern const std::array<Consumer, consumer_count> consumers; // by their index
 
 void take(ConsumerIndex index);
 void let_go(ConsumerIndex index);

@@ -21,7 +21,7 @@ enum TemperatureEvent : unsigned int {
 };
 
 // To be registered at start-up.
-inline constexpr std::array<EventDefinition, 9> temperature_event_definitions = {{
+inline constexpr auto temperature_event_definitions = std::to_array<EventDefinition>({
     {ev_reduced_performance, 1, "EV_AP_HIGH_TEMP_REDUCED_PERFORMANCE"},
     {ev_usb, 1, "EV_AP_HIGH_TEMP_USB"},
     {ev_usb_extended, 1, "EV_AP_HIGH_TEMP_USB_EXT"},
@@ -31,6 +31,6 @@ inline constexpr std::array<EventDefinition, 9> temperature_event_definitions = 
     {ev_temp_low, 1, "EV_AP_TEMP_LOW"},
     {ev_poe, 1, "EV_AP_HIGH_TEMP_POE"},
     {ev_warning, 1, "EV_AP_HIGH_TEMP_WARN"},
-}};
+});
 
 } // namespace power_man
