@@ -65,7 +65,7 @@ std::string _cbus_conn_t::describe(std::string_view name, std::string_view paylo
     if (const auto found = describers_.find(name); found != describers_.end())
         kind = found->second(payload.data(), static_cast<unsigned int>(payload.size()),
                              static_cast<unsigned int>(length), words.data(), words.size());
-    const std::string text = kind < 0 ? generic_text(payload, length) : printable(words.data());
+    std::string text = kind < 0 ? generic_text(payload, length) : printable(words.data());
     if (kind == CBUS_TEXT_IS_LINE)
         return text;
     return "signal " + printable(name) + (text.empty() ? "" : " ") + text;
