@@ -1,21 +1,28 @@
 # SPDX-License-Identifier: MIT
 # `cmake --install`, and the Debian package (`cpack` in the build folder).
-if(CMAKE_INSTALL_PREFIX_INITIALIZED_TO_DEFAULT)
-    set(CMAKE_INSTALL_PREFIX /usr CACHE PATH "Where to install" FORCE)
-endif()
 include(GNUInstallDirs)
 
 install(TARGETS power_man DESTINATION ${CMAKE_INSTALL_SBINDIR})
-install(FILES packaging/power_man.service DESTINATION lib/systemd/system)
-install(FILES packaging/power_man.8 DESTINATION ${CMAKE_INSTALL_MANDIR}/man8)
-# The service reads its settings in /etc. Below another prefix nothing is written outside it.
-configure_file(packaging/power_man.default default/power_man COPYONLY)
+
+# The unit, the man page and the settings follow the prefix, which `cmake --install --prefix` may
+# still change. The system's own settings lie in /etc; below another prefix nothing is written
+# outside it.
 install(CODE "
-    set(settings \${CMAKE_INSTALL_PREFIX}/etc)
+    set(settings \${CMAKE_INSTALL_PREFIX}/etc/default)
     if(CMAKE_INSTALL_PREFIX STREQUAL \"/usr\")
-        set(settings /etc)
+        set(settings /etc/default)
     endif()
-    file(INSTALL \"${CMAKE_CURRENT_BINARY_DIR}/default/power_man\" DESTINATION \"\${settings}/default\")")
+    cmake_path(ABSOLUTE_PATH CMAKE_INSTALL_PREFIX NORMALIZE OUTPUT_VARIABLE prefix)
+    cmake_path(APPEND prefix \"${CMAKE_INSTALL_SBINDIR}\" OUTPUT_VARIABLE sbin)
+    cmake_path(APPEND prefix \"${CMAKE_INSTALL_MANDIR}/man8\" OUTPUT_VARIABLE man)
+    set(source \"${CMAKE_CURRENT_SOURCE_DIR}/packaging\")
+    set(made \"${CMAKE_CURRENT_BINARY_DIR}/installed\")
+    configure_file(\${source}/power_man.service.in \${made}/power_man.service @ONLY)
+    configure_file(\${source}/power_man.8.in \${made}/power_man.8 @ONLY)
+    configure_file(\${source}/power_man.default \${made}/power_man COPYONLY)
+    file(INSTALL \"\${made}/power_man.service\" DESTINATION \"\${prefix}/lib/systemd/system\")
+    file(INSTALL \"\${made}/power_man.8\" DESTINATION \"\${man}\")
+    file(INSTALL \"\${made}/power_man\" DESTINATION \"\${settings}\")")
 install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} RENAME copyright)
 
 # The bill of materials names what the program is linked with, in the versions found here.
@@ -40,7 +47,7 @@ endfunction()
 foreach(package libc6 libstdc++6 libgcc-s1)
     add_library_to_bom(${package})
 endforeach()
-if(HIREDIS_LIBRARY)
+if(have_redis)
     add_library_to_bom(libhiredis0.14)
 endif()
 string(JOIN ",\n" bom_components ${bom_components})

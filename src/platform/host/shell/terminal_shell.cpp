@@ -62,9 +62,7 @@ void TerminalShell::watch_leaving_signals()
 {
     struct sigaction action {};
     action.sa_handler = on_leaving_signal;
-    // In two steps: together they are wider than what the system's header declares.
-    action.sa_flags = SA_NODEFER | SA_RESTART;
-    action.sa_flags |= static_cast<int>(SA_RESETHAND);
+    action.sa_flags = static_cast<int>(SA_RESETHAND | SA_NODEFER | SA_RESTART);
     for (const int signal : {SIGABRT, SIGHUP, SIGQUIT, SIGTSTP, SIGTTIN, SIGTTOU}) {
         struct sigaction present {};
         if (sigaction(signal, nullptr, &present) == 0 && present.sa_handler == SIG_DFL)
