@@ -3,26 +3,29 @@
 # a cache of its own, where that architecture is the only one, with this machine's mirror. To be
 # sourced with bash, after common.sh.
 #
-#   armhf_packages PACKAGE...   unpacks the packages below $armhf_root; for a kernel without a
-#                               version in its name, the present one
+#   armhf_packages ROW   unpacks the packages of that row below $armhf_root; for a kernel without a
+#                        version in its name, the present one
 
 armhf_cache=${XDG_CACHE_HOME:-$HOME/.cache}/power_man-armhf
 armhf_root=$armhf_cache/root
 
-# mirror SUITE: where apt has that of Debian from; nothing before its first update.
-mirror() {
+debian_suite() { (. /etc/os-release && echo "$VERSION_CODENAME"); }
+
+known_mirror() {
     apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' \
         'Origin: Debian' "Codename: $1" 'Component: main' | sed -n 1p
 }
 
+# debian_mirror SUITE: where apt has that of Debian from; it does not know before its first update.
+debian_mirror() {
+    [ -n "$(known_mirror "$1")" ] || as_root apt-get update -qq >&2
+    known_mirror "$1"
+}
+
 armhf_apt() {
     local suite mirror
-    suite=$(. /etc/os-release && echo "$VERSION_CODENAME")
-    mirror=$(mirror "$suite")
-    if [ -z "$mirror" ]; then
-        as_root apt-get update -qq
-        mirror=$(mirror "$suite")
-    fi
+    suite=$(debian_suite)
+    mirror=$(debian_mirror "$suite")
     [ -n "$mirror" ] || die "apt has no Debian '$suite' among its sources"
     mkdir -p "$armhf_cache"/{archives,lists/partial,archives/partial}
     : >"$armhf_cache/status"
@@ -41,12 +44,14 @@ CONF
 }
 
 armhf_packages() {
-    local package name missing=()
-    for package in "$@"; do
+    local package name packages missing=()
+    packages=$(packages_of "$1") || die "scripts/packages has no row '$1'"
+    for package in $packages; do
         [ -e "$armhf_cache/unpacked/$package" ] || missing+=("$package")
     done
     [ ${#missing[@]} -gt 0 ] || return 0
-    need ca-certificates debian-archive-keyring
+    need fetch
+    say "Fetching ${missing[*]} for armhf"
     armhf_apt
     local -x APT_CONFIG=$armhf_cache/apt.conf
     apt-get update -qq || die "apt-get cannot read the list of armhf packages"
@@ -55,7 +60,7 @@ armhf_packages() {
         case $package in
         linux-image-*) name=$(apt-cache depends "$package" | sed -n 's/^  Depends: //p') ;;
         esac
-        say "Fetching $name for armhf"
+        [ -n "$name" ] || die "apt-get knows no present version of $package"
         (cd "$armhf_cache/archives" && rm -f "$name"_* && apt-get download -qq "$name") ||
             die "apt-get could not fetch $name"
         dpkg-deb -x "$armhf_cache/archives/$name"_*.deb "$armhf_root"

@@ -10,7 +10,7 @@
 #   farewell                  shows the state, and lets a person on
 #   stop_daemon               ends all
 #
-# Needs $daemon (the program) and $work (a directory).
+# Needs $daemon (the program), $work (a directory) and common.sh.
 
 console=
 daemon_pid=
@@ -61,8 +61,7 @@ launch() {
             </dev/null >"$work/log" 2>&1 &
         daemon_pid=$!
         connect && return
-        kill "$daemon_pid" 2>/dev/null || true
-        wait "$daemon_pid" 2>/dev/null || true
+        end_child "$daemon_pid"
     done
     die "the daemon does not start: $(cat "$work/log")"
 }
@@ -109,9 +108,6 @@ farewell() {
 stop_daemon() {
     [ -z "$console" ] || exec {console}>&-
     console=
-    if [ -n "$daemon_pid" ]; then
-        kill "$daemon_pid" 2>/dev/null || true
-        wait "$daemon_pid" 2>/dev/null || true
-    fi
+    end_child "$daemon_pid"
     daemon_pid=
 }

@@ -2,7 +2,7 @@
 # The same operations as in console.sh, through a shared database: a private server in $work, and
 # redis-cli in the part of the terminal's other daemons. To be sourced after console.sh.
 
-need redis-server redis-tools
+need shared
 
 server_pid=
 monitor_pid=
@@ -14,9 +14,9 @@ start_server() {
     mkdir -p "$work/server"
     redis-server - >"$work/server/log" <<END &
 port 0
-unixsocket $work/database.sock
+unixsocket "$work/database.sock"
 unixsocketperm 700
-dir $work/server
+dir "$work/server"
 save ""
 hz 1
 notify-keyspace-events KA
@@ -134,9 +134,8 @@ farewell() {
 
 stop_daemon() {
     local pid
-    for pid in $daemon_pid $monitor_pid $server_pid; do
-        kill "$pid" 2>/dev/null || true
-        wait "$pid" 2>/dev/null || true
+    for pid in "$daemon_pid" "$monitor_pid" "$server_pid"; do
+        end_child "$pid"
     done
     daemon_pid='' monitor_pid='' server_pid=''
 }
