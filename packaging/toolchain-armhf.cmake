@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
-# 32-bit ARM, hard float, with Debian's cross compiler (package g++-arm-linux-gnueabihf, which
-# brings the C and C++ libraries). Programs of the target run here through qemu-user.
+# 32-bit ARM, hard float, with Debian's cross compiler, which brings the C and C++ libraries.
+# Programs of the target run here through qemu's user emulation.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR arm)
 
