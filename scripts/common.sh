@@ -10,11 +10,12 @@ die() {
 
 # explain ARGUMENT...: with --help among them, prints the comment that the script begins with.
 explain() {
-    local argument
+    local argument place=scripts
+    [ -e "scripts/${0##*/}" ] || place=.ci
     for argument in "$@"; do
         case $argument in
         --help | -h)
-            sed -n '3,${/^#/!q; s/^# \{0,1\}//p}' "scripts/${0##*/}"
+            sed -n '3,${/^#/!q; s/^# \{0,1\}//p}' "$place/${0##*/}"
             exit 0
             ;;
         esac

@@ -10,7 +10,7 @@ cd "$(dirname "$0")/.."
 . scripts/console.sh
 
 work=$(mktemp -d)
-trap 'kill $(jobs -p) 2>/dev/null || true; stop_daemon; rm -rf "$work"' EXIT
+trap 'for pid in $(jobs -p); do end_child "$pid"; done; rm -rf "$work"' EXIT
 
 check() {
     local name=$1
