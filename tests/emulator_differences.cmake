@@ -8,5 +8,5 @@ set_tests_properties(LogDeathTest.LinesReachStandardErrorByLevel PROPERTIES DISA
 
 # The emulator stops a process on SIGTSTP even where the system would not, for want of somebody to
 # continue it.
-set_tests_properties(Signal/ProcessInForeground.LeavesTheTerminalAsItWas/20
+set_tests_properties(ProcessInForeground.KeepsTheTerminalWhenItIsToStop
     PROPERTIES DISABLED TRUE)

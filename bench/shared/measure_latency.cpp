@@ -177,6 +177,8 @@ int main(int argc, char** argv)
     const pid_t floor_client = fork();
     if (floor_client == 0)
         be_the_floor(socket, floor_file);
+    if (floor_client < 0) // which would mean every process to kill()
+        fail("no process for the floor");
 
     redisContext* const client = connect(socket);
     redisContext* const listener = connect(socket);

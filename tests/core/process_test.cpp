@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
 // The daemon as a process of its own on a terminal.
+#include "support/process.h"
+
 #include <netinet/in.h>
 #include <poll.h>
 #include <pty.h>
-#include <sys/wait.h>
 #include <termios.h>
-#include <unistd.h>
 
 #include <array>
-#include <csignal>
 #include <cstdlib>
+#include <cstring>
 
 #include "ap/socket.h"
 #include "host/base/descriptor.h"
@@ -21,26 +21,36 @@ constexpr int patience_ms = 20000; // the test fails after it
 
 using Modes = std::array<tcflag_t, 4>;
 
-class ProcessInForeground : public testing::TestWithParam<int> {
+class ProcessInForeground : public testing::Test {
 protected:
-    ProcessInForeground()
+    void SetUp() override
     {
         // The console's port is taken: a telnet server there would end the daemon.
         sockaddr_in address{};
         socklen_t size = sizeof address;
         getsockname(server_.get(), reinterpret_cast<sockaddr*>(&address), &size);
         setenv("AP_CONSOLE_PORT", std::to_string(ntohs(address.sin_port)).c_str(), 1);
+        start();
+    }
+
+    void start()
+    {
         termios modes{};
         modes.c_lflag = before[0];
         modes.c_iflag = before[1];
         modes.c_cc[VMIN] = modes.c_cc[VTIME] = static_cast<cc_t>(before[2]);
         int screen = -1;
-        process = forkpty(&screen, nullptr, &modes, nullptr);
-        if (process == 0) {
+        const pid_t child = forkpty(&screen, nullptr, &modes, nullptr);
+        if (child == 0) {
             execl(POWER_MAN, "power_man", "--ignored", nullptr);
             _exit(127);
         }
+        if (child < 0)
+            GTEST_SKIP() << "no pseudo-terminal can be had: " << std::strerror(errno);
+        process = Process(child);
         screen_ = host::Descriptor(screen);
+        shown.clear();
+        EXPECT_TRUE(shows("power_man")) << shown;
     }
 
     Modes modes_now() const
@@ -71,17 +81,9 @@ protected:
         return true;
     }
 
-    std::string end() const
-    {
-        int status = -1;
-        EXPECT_EQ(waitpid(process, &status, 0), process);
-        return WIFEXITED(status) ? "exit " + std::to_string(WEXITSTATUS(status))
-                                 : "signal " + std::to_string(WTERMSIG(status));
-    }
-
     static constexpr Modes before{ICANON | ECHO | IEXTEN, IXON, 9, 9}; // of some other program
     static constexpr Modes own_modes{0, 0, 1, 0};
-    pid_t process = -1;
+    Process process;
     std::string shown;
 
 private:
@@ -92,7 +94,6 @@ private:
 
 TEST_F(ProcessInForeground, HasItsShellOnTheTerminalOnly)
 {
-    EXPECT_TRUE(shows("power_man")) << shown;
     EXPECT_EQ(modes_now(), own_modes);
     type("temp_status\n");
     EXPECT_TRUE(shows("Temp sensor name : HPA")) << shown;
@@ -101,26 +102,37 @@ TEST_F(ProcessInForeground, HasItsShellOnTheTerminalOnly)
          "config set rmcfg.platform.hpa.temperature 33\n");
     EXPECT_TRUE(shows("set ram.status.hpa.temperature 33")) << shown;
     type("exit\n");
-    EXPECT_EQ(end(), "exit 0");
+    EXPECT_EQ(process.end(), "exit 0");
     EXPECT_EQ(modes_now(), before);
 }
 
-TEST_P(ProcessInForeground, LeavesTheTerminalAsItWas)
+TEST_F(ProcessInForeground, LeavesTheTerminalAsItWas)
 {
-    EXPECT_TRUE(shows("power_man")) << shown;
-    kill(process, GetParam());
-    if (GetParam() == SIGTSTP) { // nobody could let it go on again: the system does not stop it
-        type("temp_status\n");
-        EXPECT_TRUE(shows("Temp sensor name : HPA")) << shown;
+    for (const int number : {SIGABRT, SIGHUP, SIGQUIT}) {
         EXPECT_EQ(modes_now(), own_modes);
-        kill(process, SIGHUP);
+        EXPECT_TRUE(process.signal(number));
+        EXPECT_EQ(process.end(), "signal " + std::to_string(number));
+        EXPECT_EQ(modes_now(), before);
+        start();
     }
-    EXPECT_EQ(end(), "signal " + std::to_string(GetParam() == SIGTSTP ? SIGHUP : GetParam()));
-    EXPECT_EQ(modes_now(), before);
 }
 
-INSTANTIATE_TEST_SUITE_P(Signal, ProcessInForeground,
-                         testing::Values(SIGABRT, SIGHUP, SIGQUIT, SIGTSTP),
-                         [](const auto& signal) { return std::to_string(signal.param); });
+// Nobody could let it go on again: the system does not stop it.
+TEST_F(ProcessInForeground, KeepsTheTerminalWhenItIsToStop)
+{
+    EXPECT_TRUE(process.signal(SIGTSTP));
+    type("temp_status\n");
+    EXPECT_TRUE(shows("Temp sensor name : HPA")) << shown;
+    EXPECT_EQ(modes_now(), own_modes);
+}
+
+// Signal 0 is only tried: it would harm nobody.
+TEST(ProcessThatIsNone, GetsNoSignal)
+{
+    for (const pid_t many : {-1, 0}) {
+        EXPECT_FALSE(Process(many).signal(0));
+        EXPECT_EQ(Process(many).end(), "none");
+    }
+}
 
 } // namespace

@@ -5,7 +5,6 @@
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -14,6 +13,7 @@
 #include "ap/socket.h"
 #include "host/base/descriptor.h"
 #include "host/host/host.h"
+#include "support/process.h"
 
 namespace {
 
@@ -74,8 +74,8 @@ int accept_from(uid_t user)
     sockaddr_in address{};
     socklen_t size = sizeof address;
     getsockname(server.get(), reinterpret_cast<sockaddr*>(&address), &size);
-    const pid_t child = fork();
-    if (child == 0) {
+    const pid_t forked = fork();
+    if (forked == 0) {
         if (setuid(user) != 0)
             _exit(1);
         const host::Descriptor client(socket(AF_INET, SOCK_STREAM, 0));
@@ -85,6 +85,7 @@ int accept_from(uid_t user)
         // Until the server closes its end.
         _exit(read(client.get(), &byte, 1) == 0 ? 0 : 1);
     }
+    Process child(forked);
     int client = -EAGAIN;
     for (int i = 0; i < 500 && client == -EAGAIN; ++i) {
         client = socket_create_server_client(server.get(), nullptr);
@@ -92,9 +93,7 @@ int accept_from(uid_t user)
     }
     if (client >= 0)
         close(client);
-    int status = 0;
-    waitpid(child, &status, 0);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "the client was not let go";
+    EXPECT_EQ(child.end(), "exit 0") << "the client was not let go";
     return client;
 }
 
