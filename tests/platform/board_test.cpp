@@ -14,9 +14,6 @@ class Board : public testing::Test {
 protected:
     Board()
     {
-        std::string name = (fs::temp_directory_path() / "board_test_XXXXXX").string();
-        made_ = mkdtemp(name.data());
-        root_ = made_;
         put("/sys/class/gpio/export", "");
         put("/sys/class/gpio/unexport", "");
         put("/sys/class/gpio/gpiochip64/base", "64\n");
@@ -27,7 +24,6 @@ protected:
         setenv("AP_LOG_LEVEL", "0", 1);
         host::instance().clock.make_virtual();
     }
-    ~Board() override { fs::remove_all(made_); }
 
     void put(const std::string& path, const std::string& text) const
     {
@@ -61,10 +57,11 @@ protected:
         return text;
     }
 
-    std::string root_;
-
 private:
-    std::string made_;
+    OwnDirectory directory_;
+
+protected:
+    std::string root_ = directory_.path();
 };
 
 // What the emulation and the kernel must have in common. On a machine with a line 81 that nothing

@@ -150,6 +150,7 @@ TEST_F(Loop, AHandlerOfUrgentDataEndsWatches)
 // Lines of an emulated board: both have an edge, the first handler ends and renews the other watch.
 TEST_F(Loop, ANewWatchOfTheSameFileSeesNoOldEdge)
 {
+    const OwnDirectory directory;
     int fds[2];
     const Handler renew = [&](int fd) {
         const int other = fds[fd == fds[0] ? 1 : 0];
@@ -158,7 +159,7 @@ TEST_F(Loop, ANewWatchOfTheSameFileSeesNoOldEdge)
         return say("edge"), 0;
     };
     for (int& fd : fds) {
-        const std::string line = testing::TempDir() + "edges" + std::to_string(&fd - fds);
+        const std::string line = directory.path() / std::to_string(&fd - fds);
         std::filesystem::create_directories(line);
         std::ofstream(line + "/edge") << "both\n";
         std::ofstream(line + "/value") << "0\n";

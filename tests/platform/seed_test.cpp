@@ -7,8 +7,6 @@
 
 namespace {
 
-const std::string file = testing::TempDir() + "power_man_seed_test";
-
 // The keys and values that a seed leaves, or the complaint about it.
 std::string load(const std::string& name)
 {
@@ -29,6 +27,8 @@ std::string load(const std::string& name)
 
 TEST(Seed, IsTakenWholeOrRefusedWithTheLine)
 {
+    const OwnDirectory directory;
+    const std::string file = directory.path() / "seed";
     const std::string good = "a = 1\n";
     const std::string bad = "AP_DATABASE_SEED: " + file + ":";
     const std::pair<std::string, std::string> cases[] = {

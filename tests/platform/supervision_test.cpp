@@ -44,11 +44,11 @@ protected:
     {
         host::instance().clock.make_virtual();
         host::instance().log.set_sink([](int, std::string_view text) { logged += text; });
-        unlink(path.c_str());
     }
-    ~Supervision() override { unlink(path.c_str()); }
+
+    const OwnDirectory directory;
+    const std::string path = directory.path() / "notify";
     _fdloop_t* const loop = fdloop_init();
-    const std::string path = testing::TempDir() + "power_man_notify_" + std::to_string(getpid());
 };
 
 TEST_F(Supervision, SpeaksTheNotifyProtocol)

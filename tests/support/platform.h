@@ -21,6 +21,7 @@
 #include "host/base/descriptor.h"
 #include "host/config/configuration.h"
 #include "host/host/host.h"
+#include "support/directory.h"
 
 // Tests that have no board of their own run side by side.
 inline std::string own_bus_name()

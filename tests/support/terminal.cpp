@@ -12,22 +12,18 @@
 #include "host/base/clock.h"
 #include "host/config/configuration.h"
 #include "host/host/host.h"
+#include "support/process.h"
 #include "temperature/temp_sensors.h"
 
 namespace fs = std::filesystem;
 
 Terminal::Terminal(const char* platform)
 {
-    std::string name = (fs::temp_directory_path() / "power_man_board_XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr)
-        throw std::runtime_error("no directory for the board");
-    root_ = name;
-    const std::string command =
-        std::string(MAKE_BOARD) + " " + platform + " " + root_.string() + " >/dev/null";
-    if (std::system(command.c_str()) != 0)
-        throw std::runtime_error("no board: " + command);
-    setenv("AP_BOARD_ROOT", root_.c_str(), 1);
-    setenv("AP_DATABASE_SEED", (root_ / "seed").c_str(), 1);
+    const std::string root = directory_.path();
+    if (Process({MAKE_BOARD, platform, root}).end() != "exit 0")
+        throw std::runtime_error(std::string("no board ") + platform);
+    setenv("AP_BOARD_ROOT", root.c_str(), 1);
+    setenv("AP_DATABASE_SEED", (root + "/seed").c_str(), 1);
     setenv("AP_LOG_LEVEL", "0", 1); // the journal has the log
     host::instance().clock.make_virtual();
     pwr_mgr_poe = new PwrMgrPoe;
@@ -41,8 +37,6 @@ Terminal::~Terminal()
 {
     delete pwr_mgr_poe;
     delete pwr_mgr_phone;
-    std::error_code ignored;
-    fs::remove_all(root_, ignored);
 }
 
 std::string Terminal::start()
@@ -103,7 +97,7 @@ std::string Terminal::value(const std::string& key) const
 
 fs::path Terminal::path(std::string_view board_path) const
 {
-    return root_.string() + std::string(board_path);
+    return directory_.path().string() + std::string(board_path);
 }
 
 std::string Terminal::file(std::string_view board_path) const

@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "ap/config.h"
+#include "support/directory.h"
 
 class Terminal {
 public:
@@ -58,7 +59,7 @@ public:
     void put(std::string_view board_path, std::string_view text) const;
 
 private:
-    std::filesystem::path root_;
+    OwnDirectory directory_;
     std::uint64_t seen_ = 0; // journal lines
 };
 
