@@ -41,10 +41,7 @@ def run(report, machine):
     switches.at_start(report, terminal)
     over_current.run(report, terminal)
     switches.by_setting(report, terminal)
-    switches.self_tests(report, terminal)
     switches.restart(report, terminal)
-
-    switches.extended_port(report, machine)
     figures.measure(report, machine)
     report.section(f"{time.monotonic() - begin:.0f} s after the machine came up")
 

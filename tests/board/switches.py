@@ -8,9 +8,6 @@ from terminal import Terminal
 
 ENABLED = "cfg.interfaces.usb.enabled"
 EXTENDED = "cfg.interfaces.usb.extended_host_interface"
-BATTERY = "ram.status.battery.1.temperature"
-
-OVER_CURRENT_TEST = 1142129671
 
 
 def line_files(machine, line):
@@ -67,25 +64,6 @@ def by_setting(report, terminal):
     report.same("switching is no over-current", events(terminal, mark), [])
 
 
-def self_tests(report, terminal):
-    report.section("Self-test of the over-current line")
-    machine = terminal.machine
-    terminal.ask("config set ram.post.hnd.state 1 ram.post.hnd.ready 0")
-    terminal.ask(f"config set ram.post.id.{OVER_CURRENT_TEST}.enable 1")
-    for level, state in ((1, 3), (0, 4)):
-        if level == 0:
-            machine.drive(LINE, 0)
-            time.sleep(2.6)  # an over-current in its own right, which must be over
-            terminal.ask("bus")
-        mark = terminal.mark()
-        terminal.ask("config set ram.post.hnd.ready 1")
-        time.sleep(0.2)
-        seen = [text for _, _, text in terminal.journal(mark) if str(OVER_CURRENT_TEST) in text]
-        report.check(f"line at {level}: state {state}",
-                     bool(seen) and f"state={state}" in seen[-1], seen)
-    machine.drive(LINE, 1)
-
-
 def restart(report, terminal):
     report.section("Restart, the lines being exported already")
     machine = terminal.machine
@@ -110,39 +88,3 @@ def restart(report, terminal):
     report.same("killed in the middle of it: starts anew", events(third, 0), [])
     report.same("the kernel has no complaint", kernel_complaints(machine), "")
     third.stop()
-
-
-def ext_lines(machine):
-    """Levels of 52 to 56, when all are outputs without an edge."""
-    files = [line_files(machine, line) for line in range(52, 57)]
-    levels = "".join(text[4] if text and re.fullmatch("out [01] none", text) else "?"
-                     for text in files)
-    return levels if "?" not in levels else str(files)
-
-
-def extended_port(report, machine):
-    report.section("USB ports of a qv1101A")
-    terminal = Terminal(machine, "qv1101A")
-    on, off = (53, 54, 55, 56, 52), (52, 53, 54, 55, 56)
-    report.same("start: exported and switched on in order", pins(terminal, 0),
-                [text for line in on for text in (f"export {line}", f"pin {line} high")])
-    report.same("start: the kernel's files, 52 to 56", ext_lines(machine), "11111")
-    steps = (
-        ("extended off", f"{EXTENDED} 0", "10111"),
-        ("extended on", f"{EXTENDED} 1", "11111"),
-        ("heat takes the extended port", f"{BATTERY} 54", "10111"),
-        ("the user cannot take it back", f"{EXTENDED} 1", "10111"),
-        ("cool again", f"{BATTERY} 40", "11111"),
-        ("USB off", f"{ENABLED} 0", "00000"),
-        ("USB on", f"{ENABLED} 1", "11111"),
-    )
-    for name, setting, levels in steps:
-        mark = terminal.mark()
-        terminal.ask("config set ram.status.psumcu.events.external_supply 0 " + setting)
-        time.sleep(0.1)
-        report.same(f"{name}: the kernel's files", ext_lines(machine), levels)
-        written = [int(text.split()[1]) for text in pins(terminal, mark)]
-        rows = [tuple(written[i:i + 5]) for i in range(0, len(written), 5)]
-        report.check(f"{name}: whole rows of pins in order ({len(rows)})",
-                     bool(rows) and all(row in (on, off) for row in rows), written)
-    terminal.stop()
