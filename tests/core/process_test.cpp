@@ -7,7 +7,6 @@
 #include <pty.h>
 #include <termios.h>
 
-#include <array>
 #include <cstdlib>
 #include <cstring>
 

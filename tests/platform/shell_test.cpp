@@ -2,7 +2,6 @@
 #include "support/platform.h"
 
 #include <cstdarg>
-#include <sstream>
 #include <tuple>
 
 #include "ap/output.h"
@@ -12,8 +11,7 @@
 
 namespace {
 
-std::string output;  // of the shells
-int console_fd = -1; // the connection that "runs" them
+std::string output; // of the shells
 
 using Event = host::LineEditor::Event;
 
@@ -101,7 +99,7 @@ int qv_puts(const char* text)
 }
 int fdloop_telnet_get_fd(void)
 {
-    return console_fd;
+    return -1;
 }
 
 TEST(LineEditor, echoes_what_the_terminal_must_show)
@@ -157,7 +155,6 @@ TEST(LineEditor, refuses_a_line_that_is_too_long_as_a_whole)
     const std::string full(host::LineEditor::longest_line, 'x');
     host::LineEditor editor;
     EXPECT_EQ(edit(editor, full + "\r"), full + "\n[" + full + "]");
-    EXPECT_EQ(edit(editor, full + "set\r"), full + "\a\n[too long]");
     EXPECT_EQ(edit(editor, full + "yy\b\r"), full + "\a\b \b\n[" + full.substr(1) + "]");
     EXPECT_EQ(edit(editor, full + std::string(100'000, 'z') + "\rok\r"),
               full + "\a\n[too long]ok\n[ok]");
@@ -220,35 +217,6 @@ TEST_F(Shell, config_reads_and_writes)
     config_write_string("a.evil", "\x1b[2J\xff");
     EXPECT_EQ(run("config get a.evil"), "\\x1b[2J\\xff\n");
     EXPECT_TRUE(type("con\tg\ta\tc\t\r").starts_with("config get a.c \ntwo words\n")) << output;
-}
-
-TEST_F(Shell, watch_shows_changes_to_its_own_connection)
-{
-    std::array<int, 2> ends;
-    ASSERT_EQ(pipe(ends.data()), 0);
-    console_fd = ends[1];
-    EXPECT_EQ(run("config watch a;config watch a.b;config watch a;config watch"),
-              "config: a: File exists\na\na.b\n");
-    console_fd = -1;
-    run("config set a.b 5 a.c text other 1;config del a.c");
-    run_loop();
-    run("config unwatch a");
-    type("half\x1b[D");
-    config_write_int("a.b", 6);
-    config_write_int("a.c", 6);
-    run_loop();
-    qv_cshell_free(shell_);
-    shell_ = nullptr;
-    config_write_int("a.b", 7);
-    run_loop();
-    close(ends[1]);
-    std::string seen(4096, ' ');
-    seen.resize(static_cast<std::size_t>(read(ends[0], seen.data(), seen.size())));
-    // The second delivery's text was read when the key was gone already.
-    EXPECT_EQ(seen, "\rset a.b 5\r\ndel a.c\r\nbox> "
-                    "\rdel a.c\r\nbox> "
-                    "\rset a.b 6\r\nbox> half\b");
-    close(ends[0]);
 }
 
 TEST_F(Shell, journal_bus_trace_and_loop_tell_what_happened)

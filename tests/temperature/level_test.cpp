@@ -1,18 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "temperature/temp_level.h"
 
-#include <algorithm>
 #include <climits>
-#include <sstream>
 
-#include "base/config_keys.h"
 #include "support/terminal.h"
 #include "temperature/sensor_numbers.h"
 #include "temperature/temp_desc.h"
 
 namespace {
-
-namespace key = power_man::key;
 
 temp_mon_rec_t& record(int sensor)
 {

@@ -2,19 +2,10 @@
 // Over-currents on the emulated over-current line, in virtual time.
 #include "usb/usb_fault_handler.h"
 
-#include <regex>
-
-#include "base/config_keys.h"
-#include "host/base/clock.h"
-#include "host/host/host.h"
 #include "support/terminal.h"
 #include "usb/usb_power.h"
 
-namespace fs = std::filesystem;
-
 namespace {
-
-namespace key = power_man::key;
 
 constexpr const char* line_value = "/sys/class/gpio/gpio81/value";
 
@@ -90,18 +81,6 @@ TEST_F(UsbFault, CyclesThePowerUntilAQuietSecond)
 8601 ms: pin 80 low
 9601 ms: clear USB short circuit
 )");
-}
-
-TEST_F(UsbFault, LineWithAHandlerIsNotWatchedAgain)
-{
-    terminal.write(key::usb_enabled, 0);
-    start();
-    story();
-    UsbFaultHandler other;
-    usb_fault_handler = &other;
-    pwr_mgr_usb_power(1, 0);
-    usb_fault_handler = nullptr;
-    EXPECT_EQ(story(), "0 ms: pin 80 low\n");
 }
 
 TEST_F(UsbFault, LineThatIsMissingLeavesUsbOn)

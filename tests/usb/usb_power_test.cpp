@@ -2,24 +2,13 @@
 #include "usb/usb_power.h"
 
 #include "ap/text.h"
-#include "base/config_keys.h"
 #include "base/config_values.h"
 #include "gpio/gpio_pin.h"
 #include "support/terminal.h"
 
-namespace fs = std::filesystem;
-
 namespace {
 
-namespace key = power_man::key;
-
 constexpr const char* usb_capability = "ram.platform.capabilities.usb";
-
-struct Model {
-    const char* platform;
-    const char* story;
-    const char* chip = nullptr; // that must be there
-};
 
 class Pins : public testing::TestWithParam<Model> {};
 
@@ -27,18 +16,18 @@ TEST_P(Pins, AreSwitchedInOrder)
 {
     Terminal terminal(GetParam().platform);
     std::string story;
-    for (const auto& [on, extended] : {std::pair(0, 1), std::pair(1, 0), std::pair(5, -1)}) {
+    for (const auto& [on, extended] : {std::pair(0, 1), std::pair(5, 0), std::pair(1, -1)}) {
         terminal.story();
         pwr_mgr_usb_power(on, extended);
         story += in_words(terminal.story()) + "\n";
     }
     EXPECT_EQ(story, GetParam().story);
-    if (GetParam().chip == nullptr)
+    const char* const chip = GetParam().more; // must be there
+    if (*chip == 0)
         return;
     terminal.write({{usb_capability, 1}, {key::usb_enabled, 1}, {key::usb_extended, 0}});
-    fs::remove_all(terminal.path(GetParam().chip));
-    const std::string complaint =
-        std::string("log 3 ") + GetParam().chip + " not found usb.enabled=0";
+    fs::remove_all(terminal.path(chip));
+    const std::string complaint = std::string("log 3 ") + chip + " not found usb.enabled=0";
     pwr_mgr_usb_power(1, 1);
     EXPECT_EQ(in_words(terminal.story()), complaint);
     apply_usb_config(0); // the status shows the setting afterwards
@@ -66,7 +55,7 @@ const Model models[] = {
     {"qv1608B", "export 80 80=high\n80=low export 81 81=in edge 81 falling\n80=low\n",
      "/sys/class/gpio/gpiochip64"},
 };
-INSTANTIATE_TEST_SUITE_P(Models, Pins, testing::ValuesIn(models), model_name<Model>);
+INSTANTIATE_TEST_SUITE_P(Models, Pins, testing::ValuesIn(models), model_name);
 
 TEST(PinFiles, AreNeededOneByOne)
 {
