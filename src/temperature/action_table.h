@@ -51,7 +51,7 @@ constexpr const ActionRow& action_row(Action action)
 constexpr bool each_action_has_its_row()
 {
     for (std::size_t i = 0; i < action_table.size(); ++i) {
-        if (action_table[i].action != static_cast<Action>(i) || action_table[i].run == nullptr)
+        if (action_table[i].action != static_cast<Action>(i))
             return false;
     }
     return true;
