@@ -62,6 +62,7 @@ launch() {
         daemon_pid=$!
         connect && return
         end_child "$daemon_pid"
+        daemon_pid=
     done
     die "the daemon does not start: $(cat "$work/log")"
 }

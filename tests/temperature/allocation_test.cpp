@@ -53,7 +53,7 @@ TEST(Allocation, AnEvaluationThatChangesNothingNeedsNone)
     for (const int id : {sensor::battery, sensor::radio_module, sensor::v640})
         temp_action(id, 0, 20);
     EXPECT_EQ(allocations - before, 0U);
-    for (const std::size_t id : {sensor::battery, sensor::radio_module}) {
+    for (const std::size_t id : {std::size_t{sensor::battery}, std::size_t{sensor::radio_module}}) {
         EXPECT_EQ(temp_mon_rec[id].intv, 1); // placed where they were
         EXPECT_EQ(temp_mon_rec[id].temp, 20);
     }

@@ -49,7 +49,7 @@ void watch_leaving_signals()
 {
     struct sigaction action {};
     action.sa_handler = on_leaving_signal;
-    action.sa_flags = SA_RESETHAND | SA_NODEFER | SA_RESTART;
+    action.sa_flags = static_cast<int>(SA_RESETHAND | SA_NODEFER | SA_RESTART);
     for (const int signal :
          {SIGABRT, SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGTSTP, SIGTTIN, SIGTTOU}) {
         struct sigaction present {};
