@@ -2,6 +2,8 @@
 // The device files: the emulated board, its edges, and the machine's own files.
 #include "support/platform.h"
 
+#include <sys/stat.h>
+
 #include "ap/device.h"
 
 namespace fs = std::filesystem;
@@ -262,6 +264,29 @@ TEST_F(Board, wakes_the_loop_on_matching_edges)
     EXPECT_EQ(fdloop_fd_unregister_except(loop, fresh), 0);
     device_close(fresh);
     device_close(fd);
+}
+
+// The loop would stand still with whoever should have held the other end.
+TEST_F(Board, waits_for_no_pipe_in_a_devices_place)
+{
+    const char* const device = "/dev/slic0.0";
+    const std::string pipe = root_ + device;
+    std::filesystem::remove(pipe);
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    EXPECT_EQ(write_to(device, "+"), ENXIO);
+    const host::Descriptor reader(open(pipe.c_str(), O_RDONLY | O_NONBLOCK));
+    int written = 0;
+    while (written < 100 && write_to(device, std::string(4096, '=')) == 0)
+        ++written;
+    EXPECT_GT(written, 0);
+    EXPECT_EQ(write_to(device, "+"), EAGAIN);
+
+    // Nor for one in the place of a line's file.
+    EXPECT_EQ(write_to("/sys/class/gpio/export", "80"), 0);
+    const std::string value = root_ + "/sys/class/gpio/gpio80/value";
+    std::filesystem::remove(value);
+    ASSERT_EQ(mkfifo(value.c_str(), 0600), 0);
+    EXPECT_EQ(write_to("/sys/class/gpio/gpio80/direction", "high"), ENXIO);
 }
 
 // Without a root the machine's files are meant, untouched but for the journal.

@@ -12,9 +12,9 @@
 
 namespace host {
 
-std::optional<std::string> read_text(const std::string& path)
+std::optional<std::string> read_text(const std::string& path, int flags)
 {
-    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | flags));
     std::string text;
     std::array<char, 1024> part;
     for (;;) {

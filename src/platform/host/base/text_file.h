@@ -9,8 +9,9 @@
 
 namespace host {
 
-// The file's content; none, and errno, when it cannot be read. Blocks as the file does.
-std::optional<std::string> read_text(const std::string& path);
+// The file's content; none, and errno, when it cannot be read. `flags` are added to open's: without
+// O_NONBLOCK it blocks as the file does.
+std::optional<std::string> read_text(const std::string& path, int flags = 0);
 
 // Takes the first line from the text, without its end; none when nothing is left.
 std::optional<std::string_view> take_line(std::string_view& text);

@@ -44,10 +44,10 @@ struct Target {
     std::string line() const { return directory() + "gpio" + std::string(file.line); }
 };
 
-// The first line of a small file; empty when it cannot be read.
+// The first line of a small file; empty when it cannot be read. A pipe there is not waited for.
 std::string first_line(const std::string& path)
 {
-    const std::string text = read_text(path).value_or("");
+    const std::string text = read_text(path, O_NONBLOCK).value_or("");
     return text.substr(0, text.find('\n'));
 }
 
@@ -75,7 +75,7 @@ int set(int fd, std::string_view text)
 
 int set_file(const std::string& path, int flags, std::string_view text)
 {
-    const Descriptor file(open(path.c_str(), O_WRONLY | O_CLOEXEC | flags, 0644));
+    const Descriptor file(open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NONBLOCK | flags, 0644));
     return file ? set(file.get(), text) : -errno;
 }
 

@@ -2,6 +2,7 @@
 #include "host/board/devices.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -19,6 +20,14 @@ constexpr int creating_flags = O_CREAT | O_EXCL | (O_TMPFILE & ~O_DIRECTORY);
 
 // A device does not care how its file was opened, a plain file does.
 constexpr int plain_file_flags = O_TRUNC | O_APPEND;
+
+// A pipe in a device's place waits for its other end, in open() and in write(), a device does not:
+// it sees the flags as they are.
+int with_no_wait_for_a_pipe(const std::string& path, int flags)
+{
+    struct stat info {};
+    return stat(path.c_str(), &info) == 0 && S_ISFIFO(info.st_mode) ? flags | O_NONBLOCK : flags;
+}
 
 // The path on the board in its plain form; none, and errno, when it is not acceptable.
 std::optional<std::string> board_path(const char* path)
@@ -106,7 +115,8 @@ int Devices::open(const char* path, int flags)
             return -1;
         }
     }
-    const int fd = ::open(machine_path(path, *plain).c_str(), flags);
+    const std::string file = machine_path(path, *plain);
+    const int fd = ::open(file.c_str(), with_no_wait_for_a_pipe(file, flags));
     if (fd >= 0)
         open_paths_[fd] = *plain;
     return fd;

@@ -4,7 +4,8 @@
  * keep the whole board under another root, or emulate it.
  *
  * The functions behave as the system calls of the same names: -1 and errno on failure. They
- * block as long as the kernel's driver does.
+ * block as long as the kernel's driver does; a named pipe in a device's place makes nobody wait
+ * (ENXIO without a reader, EAGAIN when it is full).
  */
 #ifndef AP_DEVICE_H
 #define AP_DEVICE_H
