@@ -35,8 +35,7 @@ refused 'a missing seed' 'No such file' AP_DATABASE_SEED="$work/none"
 refused 'a board that is not there' 'AP_BOARD_ROOT' AP_BOARD_ROOT="$work/none"
 refused 'a log level' 'AP_LOG_LEVEL' AP_LOG_LEVEL=9
 refused 'a port' 'AP_CONSOLE_PORT' AP_CONSOLE_PORT=telnet
-refused 'a trace letter' 'AP_TRACE' AP_TRACE=pwr_man:X
-refused 'a trace group' 'AP_TRACE' AP_TRACE=other:C
+refused 'a trace without a group' 'AP_TRACE' AP_TRACE=C
 
 AP_DATABSE=unix:/run/redis start_daemon qv1101A
 check 'a misspelt variable is named' grep -q '^AP_DATABSE: there is no such variable' "$work/log"

@@ -62,8 +62,14 @@ TEST(Traces, AreSwitchedOnByGroupAndLetters)
     EXPECT_EQ(enable(""), "040"); // a is off, its mask, b is off
     EXPECT_EQ(enable("a:CD"), "1120");
     EXPECT_EQ(enable("a:C,b:A"), "141");
-    for (const char* const bad : {"a", "a:", "a:X", "a:C,c:A", "b:A,a:d", ":C", "a:C b:A"})
+    EXPECT_EQ(enable("a:AZ"), "1" + std::to_string((1 << 25) + 1) + "0"); // help names neither
+    for (const char* const bad : {"a", "a:", "a:C,c", "b:A,a:d", ":C", "a:C b:A"})
         EXPECT_EQ(enable(bad), "refused 040") << bad;
+
+    EXPECT_EQ(enable("later:DX,a:C"), "140");
+    const qv_trace_group_t* const later = qv_xtrace_init("later", "D:\tDetails\n", 8);
+    EXPECT_EQ(later->enabled, 1);
+    EXPECT_EQ(later->mask, 0x800008U);
 }
 
 } // namespace

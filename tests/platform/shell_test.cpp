@@ -235,7 +235,11 @@ TEST_F(Shell, journal_bus_trace_and_loop_tell_what_happened)
     EXPECT_EQ(run("bus x;journal -1"), run("help bus;help journal"));
     EXPECT_TRUE(run("journal 40").starts_with("lines 41 to 44 are forgotten\n45 "));
     EXPECT_EQ(run("trace group DC;trace"), "group: CD\n  C: Common\n  D: Details\n");
-    EXPECT_TRUE(run("trace group off;trace").starts_with("group: off\n"));
+    EXPECT_EQ(run("trace group X;trace later M;trace later m;trace"),
+              "trace: later: no such group yet\ntrace: m: write capital letters, or off\n"
+              "group: X\n  C: Common\n  D: Details\nlater: M, once it is there\n");
+    EXPECT_TRUE(run("trace group off;trace later off;trace").starts_with("group: off\n"));
+    EXPECT_EQ(qv_xtrace_init("later", "", 0)->enabled, 0);
     EXPECT_TRUE(run("loop").starts_with("callbacks "));
 }
 

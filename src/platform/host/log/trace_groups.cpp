@@ -2,33 +2,32 @@
 #include "host/log/trace_groups.h"
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 namespace host {
-namespace {
 
-// The letter's title stands behind it in the help text: "C:\tCommon\n".
-bool has_letter(const qv_trace_group_t& group, char letter)
+std::optional<std::uint32_t> trace_mask(std::string_view letters)
 {
-    const std::string_view letters = group.letters;
-    for (std::size_t at = 0; at + 1 < letters.size();) {
-        if (letters[at] == letter && letters[at + 1] == ':')
-            return true;
-        const std::size_t line_end = letters.find('\n', at);
-        if (line_end == std::string_view::npos)
-            break;
-        at = line_end + 1;
+    std::uint32_t mask = 0;
+    for (const char letter : letters) {
+        if (letter < 'A' || letter > 'Z')
+            return std::nullopt;
+        mask |= 1U << static_cast<unsigned int>(letter - 'A');
     }
-    return false;
+    return letters.empty() ? std::nullopt : std::optional(mask);
 }
-
-} // namespace
 
 qv_trace_group_t* TraceGroups::add(const char* name, const char* letters, std::uint32_t mask)
 {
     if (qv_trace_group_t* const known = find(name); known != nullptr)
         return known;
     groups_.push_back({name, letters, 0, mask});
+    if (const auto wanted = awaited_.find(name); wanted != awaited_.end()) {
+        groups_.back().mask = wanted->second;
+        groups_.back().enabled = 1;
+        awaited_.erase(wanted);
+    }
     return &groups_.back();
 }
 
@@ -39,39 +38,40 @@ qv_trace_group_t* TraceGroups::find(std::string_view name)
     return found == groups_.end() ? nullptr : &*found;
 }
 
-bool TraceGroups::parse(std::string_view item, Wanted& wanted, std::string& error)
+void TraceGroups::switch_on(std::string_view name, std::uint32_t mask)
 {
-    const auto refuse = [&](const std::string& why) {
-        error = "trace '" + std::string(item) + "': " + why;
-        return false;
-    };
-    const std::size_t colon = item.find(':');
-    if (colon == std::string_view::npos || colon + 1 == item.size())
-        return refuse("write GROUP:LETTERS, e.g. pwr_man:CD");
-    wanted = {find(item.substr(0, colon)), 0};
-    if (wanted.group == nullptr)
-        return refuse("no such group");
-    for (const char letter : item.substr(colon + 1)) {
-        if (!has_letter(*wanted.group, letter))
-            return refuse(std::string("no letter '") + letter + "' there");
-        wanted.mask |= 1U << (static_cast<unsigned int>(letter - 'A') % 32U);
+    if (qv_trace_group_t* const group = find(name); group != nullptr) {
+        group->mask = mask;
+        group->enabled = 1;
+    } else {
+        awaited_.insert_or_assign(std::string(name), mask);
     }
-    return true;
+}
+
+void TraceGroups::switch_off(std::string_view name)
+{
+    if (qv_trace_group_t* const group = find(name); group != nullptr)
+        group->enabled = 0;
+    if (const auto wanted = awaited_.find(name); wanted != awaited_.end())
+        awaited_.erase(wanted);
 }
 
 bool TraceGroups::enable(std::string_view wanted, std::string& error)
 {
-    std::vector<Wanted> all;
+    std::vector<std::pair<std::string_view, std::uint32_t>> all;
     while (!wanted.empty()) {
         const std::string_view item = wanted.substr(0, wanted.find(','));
         wanted.remove_prefix(std::min(wanted.size(), item.size() + 1));
-        if (!parse(item, all.emplace_back(), error))
+        const std::size_t colon = std::min(item.find(':'), item.size());
+        const auto mask = trace_mask(item.substr(std::min(colon + 1, item.size())));
+        if (colon == 0 || !mask) {
+            error = "trace '" + std::string(item) + "': write GROUP:LETTERS, e.g. pwr_man:CD";
             return false;
+        }
+        all.emplace_back(item.substr(0, colon), *mask);
     }
-    for (const auto& [group, mask] : all) {
-        group->mask = mask;
-        group->enabled = 1;
-    }
+    for (const auto& [name, mask] : all)
+        switch_on(name, mask);
     return true;
 }
 

@@ -108,13 +108,19 @@ int journal(qv_cshell& shell, Arguments arguments)
     return SHELL_OK;
 }
 
+std::string letters_of(std::uint32_t mask)
+{
+    std::string letters;
+    for (unsigned int bit = 0; bit < 26; ++bit) {
+        if ((mask & (1U << bit)) != 0)
+            letters += static_cast<char>('A' + bit);
+    }
+    return letters;
+}
+
 void print_trace_group(const qv_trace_group_t& group)
 {
-    std::string on;
-    for (unsigned int bit = 0; bit < 26; ++bit) {
-        if (group.enabled != 0 && (group.mask & (1U << bit)) != 0)
-            on += static_cast<char>('A' + bit);
-    }
+    const std::string on = letters_of(group.enabled != 0 ? group.mask : 0);
     qv_printf("%s: %s\n", group.name, on.empty() ? "off" : on.c_str());
     std::string_view letters = group.letters;
     while (!letters.empty()) {
@@ -132,30 +138,27 @@ int trace(qv_cshell& shell, Arguments arguments)
     if (arguments.empty()) {
         for (const qv_trace_group_t& group : groups.all())
             print_trace_group(group);
+        for (const auto& [name, mask] : groups.awaited())
+            qv_printf("%s: %s, once it is there\n", printable(name).c_str(),
+                      letters_of(mask).c_str());
         return SHELL_OK;
     }
     if (arguments.size() != 2)
         return SHELL_USAGE;
-    qv_trace_group_t* const group = groups.find(arguments[0]);
     const std::string_view letters = arguments[1];
-    if (group == nullptr) {
-        qv_printf("trace: %s: no such group\n", arguments[0]);
-        return SHELL_FAILED;
-    }
     if (letters == "off") {
-        group->enabled = 0;
+        groups.switch_off(arguments[0]);
         return SHELL_OK;
     }
-    if (letters.empty() ||
-        !std::all_of(letters.begin(), letters.end(), [](char c) { return c >= 'A' && c <= 'Z'; })) {
+    const auto mask = trace_mask(letters);
+    if (!mask) {
         qv_printf("trace: %s: write capital letters, or off\n", arguments[1]);
         return SHELL_FAILED;
     }
-    std::string error;
-    if (groups.enable(std::string(arguments[0]) + ":" + arguments[1], error))
-        return SHELL_OK;
-    qv_puts((error + "\n").c_str());
-    return SHELL_FAILED;
+    groups.switch_on(arguments[0], *mask);
+    if (groups.find(arguments[0]) == nullptr)
+        qv_printf("trace: %s: no such group yet\n", arguments[0]);
+    return SHELL_OK;
 }
 
 int loop(qv_cshell& shell, Arguments arguments)
