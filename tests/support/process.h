@@ -29,6 +29,7 @@ public:
         execvp(arguments[0], arguments.data());
         _exit(127);
     }
+    Process(Process&& other) noexcept : child_(std::exchange(other.child_, -1)) {}
     Process& operator=(Process&& other) noexcept
     {
         std::swap(child_, other.child_);

@@ -1,41 +1,18 @@
 // SPDX-License-Identifier: MIT
 #include "host/net/peer_access.h"
 
-#include <arpa/inet.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <memory>
-#include <string>
 #include <utility>
+
+#include "host/net/socket_owner.h"
 
 namespace host {
 namespace {
-
-// A socket of the other address family reaches an IPv4 port through a mapped address.
-constexpr std::array tables = {"/proc/net/tcp", "/proc/net/tcp6"};
-constexpr const char* mapped_prefix = "0000000000000000FFFF0000";
-
-// As the tables print it: the address as the machine reads its bytes, the port as a number.
-std::string table_form(const sockaddr_in& address)
-{
-    std::array<char, 32> text;
-    std::snprintf(text.data(), text.size(), "%08X:%04X", address.sin_addr.s_addr,
-                  static_cast<unsigned int>(ntohs(address.sin_port)));
-    return text.data();
-}
-
-bool same_end(const char* column, const std::string& end)
-{
-    const std::size_t prefix = std::strlen(mapped_prefix);
-    if (std::strncmp(column, mapped_prefix, prefix) == 0)
-        column += prefix;
-    return end == column;
-}
 
 struct CloseFile {
     void operator()(std::FILE* file) const { std::fclose(file); }
@@ -50,26 +27,25 @@ bool get_ends(int fd, sockaddr_in& peer, sockaddr_in& own)
            peer.sin_family == AF_INET && own.sin_family == AF_INET;
 }
 
-} // namespace
-
-std::optional<uid_t> find_owner(std::FILE* table, const sockaddr_in& peer, const sockaddr_in& own)
+bool lacks_descriptor(int error)
 {
-    const std::string from = table_form(peer);
-    const std::string to = table_form(own);
-    std::array<char, 512> line; // the kernel's are shorter
-    while (std::fgets(line.data(), static_cast<int>(line.size()), table) != nullptr) {
-        std::array<char, 48> local{};
-        std::array<char, 48> remote{};
-        unsigned int owner = 0;
-        unsigned long inode = 0;
-        // A socket that its process has closed already has no inode, and is listed as root's.
-        if (std::sscanf(line.data(), "%*s %47s %47s %*s %*s %*s %*s %u %*s %lu", local.data(),
-                        remote.data(), &owner, &inode) == 4 &&
-            inode != 0 && same_end(local.data(), from) && same_end(remote.data(), to))
-            return static_cast<uid_t>(owner);
-    }
-    return std::nullopt;
+    return error == -EMFILE || error == -ENFILE;
 }
+
+// A service's sandbox may hide /proc/net, never what stands below its own process.
+int find_in_tables(const sockaddr_in& peer, const sockaddr_in& own, uid_t& owner)
+{
+    for (const char* const name : {"/proc/self/net/tcp", "/proc/self/net/tcp6"}) {
+        const std::unique_ptr<std::FILE, CloseFile> table(std::fopen(name, "re"));
+        if (!table && lacks_descriptor(-errno))
+            return -errno;
+        if (table && find_socket_owner(table.get(), peer, own, owner) == 0)
+            return 0;
+    }
+    return -ENOENT;
+}
+
+} // namespace
 
 int PeerAccess::refuse(const std::string& client)
 {
@@ -78,26 +54,39 @@ int PeerAccess::refuse(const std::string& client)
     return -EACCES;
 }
 
+// A kernel may be built without the query, and an emulator may not know it. It says "no such
+// socket" then, as it does for one that is gone: the console's listening socket is there for
+// certain.
+int PeerAccess::find_owner(const sockaddr_in& peer, const sockaddr_in& own, uid_t& owner)
+{
+    const int error = find_socket_owner(peer, own, owner);
+    if (error == 0)
+        kernel_answers_ = true;
+    if (error == 0 || lacks_descriptor(error))
+        return error;
+    if (!kernel_answers_) {
+        uid_t listener = 0;
+        kernel_answers_ = find_socket_owner(own, sockaddr_in{}, listener) == 0;
+    }
+    return kernel_answers_ ? error : find_in_tables(peer, own, owner);
+}
+
 int PeerAccess::check(int fd)
 {
     sockaddr_in peer{};
     sockaddr_in own{};
     if (!get_ends(fd, peer, own))
         return refuse("that is gone already");
-    for (const char* const name : tables) {
-        const std::unique_ptr<std::FILE, CloseFile> table(std::fopen(name, "re"));
-        if (!table && (errno == EMFILE || errno == ENFILE))
-            return -errno;
-        const std::optional<uid_t> owner =
-            table ? find_owner(table.get(), peer, own) : std::nullopt;
-        if (!owner)
-            continue;
-        if (*owner != 0 && *owner != geteuid())
-            return refuse("of user " + std::to_string(*owner));
-        last_refused_.clear();
-        return 0;
-    }
-    return refuse(std::string("without an owner in ") + tables[0]);
+    uid_t owner = 0;
+    const int error = find_owner(peer, own, owner);
+    if (lacks_descriptor(error))
+        return error;
+    if (error != 0)
+        return refuse("whose user the kernel does not tell");
+    if (owner != 0 && owner != geteuid())
+        return refuse("of user " + std::to_string(owner));
+    last_refused_.clear();
+    return 0;
 }
 
 } // namespace host

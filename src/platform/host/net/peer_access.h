@@ -4,17 +4,11 @@
 #include <netinet/in.h>
 #include <sys/types.h>
 
-#include <cstdio>
-#include <optional>
 #include <string>
 
 #include "host/log/log.h"
 
 namespace host {
-
-// The owner of the socket that is connected from `peer` to `own`, both IPv4, as a table in the
-// form of /proc/net/tcp or /proc/net/tcp6 says; empty when the table does not have it.
-std::optional<uid_t> find_owner(std::FILE* table, const sockaddr_in& peer, const sockaddr_in& own);
 
 // Who may use the console: a loopback port is open to every local user.
 class PeerAccess {
@@ -28,10 +22,12 @@ public:
     int check(int fd);
 
 private:
+    int find_owner(const sockaddr_in& peer, const sockaddr_in& own, uid_t& owner);
     int refuse(const std::string& client);
 
     Log& log_;
-    std::string last_refused_; // anybody on the machine can knock, as often as they like
+    bool kernel_answers_ = false; // it has told a socket's owner before
+    std::string last_refused_;    // anybody on the machine can knock, as often as they like
 };
 
 } // namespace host
