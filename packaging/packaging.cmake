@@ -3,6 +3,7 @@
 include(GNUInstallDirs)
 
 install(TARGETS power_man DESTINATION ${CMAKE_INSTALL_SBINDIR})
+install(FILES packaging/power_man.socket DESTINATION lib/systemd/system)
 
 # The unit, the man page and the settings follow the prefix, which `cmake --install --prefix` may
 # still change. The system's own settings lie in /etc; below another prefix nothing is written

@@ -116,6 +116,7 @@ _fdloop_t* Host::make_loop()
     }
     store->attach(*loop); // first: what it reads is delivered in the same turn
     loop->add_deferred(&changes);
+    sockets.attach(*loop);
     return loop.get();
 }
 

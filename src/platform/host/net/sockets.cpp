@@ -48,6 +48,8 @@ int Sockets::create_server(const char* text)
         log_.write(3, "Cannot listen at '%s': write tcp*HOST*PORT\n", text == nullptr ? "" : text);
         return -EINVAL;
     }
+    if (Descriptor passed = passed_.take(address); passed)
+        return passed.release();
     Descriptor server(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     const int yes = 1;
     if (server && setsockopt(server.get(), SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes) == 0 &&
@@ -58,6 +60,20 @@ int Sockets::create_server(const char* text)
     log_.write(3, "Cannot listen at %s, port %u: %s\n", text, ntohs(address.sin_port),
                std::strerror(error));
     return -error;
+}
+
+void Sockets::attach(_fdloop_t& loop)
+{
+    if (!passed_.empty())
+        loop.add_timer(0, drop_unclaimed, this);
+}
+
+int Sockets::drop_unclaimed(void* self)
+{
+    auto& sockets = *static_cast<Sockets*>(self);
+    for (const std::string& name : sockets.passed_.close_rest())
+        sockets.log_.write(4, "Nobody listens at the socket that was passed: %s\n", name.c_str());
+    return 0;
 }
 
 int Sockets::accept(int listening)
