@@ -36,10 +36,11 @@ class Terminal:
 
     def journal(self, after=0):
         """What the daemon did after the journal's line of that number:
-        (number, milliseconds, text)."""
-        lines = re.findall(r"^(\d+) (\d+)\.(\d{3}) (.*)$", self.ask(f"journal {after}"), re.M)
-        return [(int(number), int(seconds) * 1000 + int(rest), text)
-                for number, seconds, rest, text in lines]
+        (number, milliseconds of the day, text)."""
+        lines = re.findall(r"^(\d+) (?:\S+T)?(\d\d):(\d\d):(\d\d)\.(\d{3}) (.*)$",
+                           self.ask(f"journal {after}"), re.M)
+        return [(int(number), ((int(h) * 60 + int(m)) * 60 + int(s)) * 1000 + int(rest), text)
+                for number, h, m, s, rest, text in lines]
 
     def mark(self):
         """The number of the journal's last line."""

@@ -221,19 +221,41 @@ TEST_F(Shell, config_reads_and_writes)
 
 TEST_F(Shell, journal_bus_trace_and_loop_tell_what_happened)
 {
+    setenv("TZ", "UTC", 1);
     qv_xtrace_init("group", "C:\tCommon\nD:\tDetails\n", 4);
     host::instance().clock.advance_to(1005);
     cbus_send_signal(connection_, "some.name", "hi\n", 3);
     cbus_send_signal(connection_, "other", "hi", 3);
-    const std::string second = "2 1.005 signal other \"hi\"\n";
-    EXPECT_EQ(run("bus;bus 1"), "1 1.005 signal some.name 68 69 0a\n" + second + second);
+    const std::string second = "2 00:00:01.005 signal other \"hi\"\n";
+    EXPECT_EQ(run("bus;bus 1"), "1 00:00:01.005 signal some.name 68 69 0a\n" + second + second);
     for (int i = 3; i <= 300; ++i)
         host::instance().journal.write("line %d", i);
     const std::string last = run("journal");
-    EXPECT_TRUE(last.starts_with("281 1.005 line 281\n") && last.ends_with("300 1.005 line 300\n"));
-    EXPECT_EQ(run("journal 299;journal 300;journal 18446744073709551615"), "300 1.005 line 300\n");
+    EXPECT_TRUE(last.starts_with("281 00:00:01.005 line 281\n") &&
+                last.ends_with("300 00:00:01.005 line 300\n"));
+    EXPECT_EQ(run("journal 299;journal 300;journal 18446744073709551615"),
+              "300 00:00:01.005 line 300\n");
     EXPECT_EQ(run("bus x;journal -1"), run("help bus;help journal"));
     EXPECT_TRUE(run("journal 40").starts_with("lines 41 to 44 are forgotten\n45 "));
+    EXPECT_EQ(run("journal --last 1"), run("journal 299"));
+    EXPECT_EQ(run("journal --last 300"), run("journal 44"));
+
+    host::instance().clock.advance_to(50'400'000); // 14:00
+    host::instance().journal.write("afternoon");
+    host::instance().clock.advance_to(108'000'000); // 6:00 of the next day
+    host::instance().journal.write("morning");
+    const std::string afternoon = "301 2026-01-01T14:00:00.000 afternoon\n";
+    const std::string morning = "302 06:00:00.000 morning\n";
+    EXPECT_EQ(run("journal 300"), afternoon + morning);
+    EXPECT_EQ(run("journal --since 14:00;journal --since 14:00:01;journal --since 06:00"),
+              afternoon + morning + morning + morning);
+    EXPECT_EQ(run("journal --since 2026-01-01 14:00;journal --since \"2026-01-01T14:00:01\""),
+              afternoon + morning + morning);
+    EXPECT_EQ(run("journal --since 2026-01-03 00:00"), "");
+    for (const char* const wrong : {"--since", "--since 25:00", "--since 6:00x", "--last",
+                                    "--last x", "--since 2026-01-01 6:00 x", "--first 1", "1 2"})
+        EXPECT_EQ(run(std::string("journal ") + wrong), run("help journal")) << wrong;
+    EXPECT_TRUE(type("journal --s\t06:00\r").ends_with(morning + "box> "));
     EXPECT_EQ(run("trace group DC;trace"), "group: CD\n  C: Common\n  D: Details\n");
     EXPECT_EQ(run("trace group X;trace later M;trace later m;trace"),
               "trace: later: no such group yet\ntrace: m: write capital letters, or off\n"
@@ -241,6 +263,42 @@ TEST_F(Shell, journal_bus_trace_and_loop_tell_what_happened)
     EXPECT_TRUE(run("trace group off;trace later off;trace").starts_with("group: off\n"));
     EXPECT_EQ(qv_xtrace_init("later", "", 0)->enabled, 0);
     EXPECT_TRUE(run("loop").starts_with("callbacks "));
+}
+
+// Readings that are copied for hours leave the lines that matter where they are.
+TEST_F(Shell, journal_notes_the_daemons_repeated_writes_once)
+{
+    const host::Journal& journal = host::instance().journal;
+    const auto copy = [](int temperature) {
+        for (int time = 0; time < 300; ++time) {
+            config_write_int("a.temperature", temperature);
+            config_write_string("a", "two words");
+        }
+    };
+    run("config set a.temperature 40");
+    copy(40); // the daemon's own for the first time
+    copy(41);
+    config_write_int("a.temperature", 40);
+    copy(41);
+    cbus_send_signal(connection_, "other", "hi", 3);
+    copy(41);
+    run("config set a.temperature 41;config set a.temperature 41");
+    std::string all;
+    for (std::uint64_t number = 1; number <= journal.last(); ++number)
+        all.append(journal.line(number).text).append(";");
+    EXPECT_EQ(all, "set a.temperature 40;"
+                   "set a.temperature 40;set a two words;"
+                   "set a.temperature 41;"
+                   "set a.temperature 40;"
+                   "set a.temperature 41;"
+                   "signal other \"hi\";"
+                   "set a.temperature 41;set a two words;"
+                   "set a.temperature 41;set a.temperature 41;");
+    // What does not look as it is might be another text each time.
+    const std::uint64_t before = journal.last();
+    for (const char* const text : {"a\nb", "a\tb"})
+        config_write_string("a", text);
+    EXPECT_EQ(journal.last(), before + 2);
 }
 
 // Shows the bytes that it is given as text, and the length.

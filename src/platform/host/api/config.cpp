@@ -34,7 +34,8 @@ int write(const char* key, std::string_view value)
 {
     host::Write write{{}, value};
     const int error = take_key(key, write.key);
-    return error != 0 ? error : host::instance().configuration.write({&write, 1});
+    return error != 0 ? error
+                      : host::instance().configuration.write({&write, 1}, host::Writer::program);
 }
 
 } // namespace

@@ -43,6 +43,16 @@ std::int64_t Clock::seconds() const
     return machine_time(CLOCK_REALTIME).tv_sec;
 }
 
+std::int64_t Clock::wall_ms(std::uint64_t moment_ms) const
+{
+    std::int64_t now = virtual_epoch * 1000 + static_cast<std::int64_t>(virtual_now_ms_);
+    if (!virtual_) {
+        const timespec time = machine_time(CLOCK_REALTIME);
+        now = std::int64_t{time.tv_sec} * 1000 + time.tv_nsec / 1'000'000;
+    }
+    return now - static_cast<std::int64_t>(now_ms()) + static_cast<std::int64_t>(moment_ms);
+}
+
 void Clock::wait_ms(std::uint64_t milliseconds)
 {
     if (virtual_) {

@@ -18,6 +18,10 @@ public:
     // Seconds since 1970, UTC.
     std::int64_t seconds() const;
 
+    // The wall clock at that moment of now_ms(), in milliseconds since 1970 (UTC): as the clock is
+    // set now, so that what happened before it was set comes out right.
+    std::int64_t wall_ms(std::uint64_t moment_ms) const;
+
     // Lets the time pass: sleeps, or moves the virtual clock.
     void wait_ms(std::uint64_t milliseconds);
 

@@ -227,7 +227,7 @@ int write_items(Configuration& config, const char* prefix, unsigned int count,
             return error;
         writes.push_back({items[i].key, value});
     }
-    return config.write(writes);
+    return config.write(writes, Writer::program);
 }
 
 int read_matching(Configuration& config, const char* pattern, unsigned int* count,

@@ -29,11 +29,15 @@ int check_value(std::string_view value)
     return value.size() > longest_value ? -EMSGSIZE : 0;
 }
 
-void Configuration::note(const Write& write)
+void Configuration::note(const Write& write, Writer writer)
 {
     const int key_length = static_cast<int>(write.key.size());
     if (!write.value) {
         journal_.write("del %.*s", key_length, write.key.data());
+        return;
+    }
+    if (writer == Writer::program && write.value->size() <= longest_shown_value) {
+        journal_.write_set(write.key, *write.value);
         return;
     }
     const int length = static_cast<int>(std::min(write.value->size(), longest_shown_value));
@@ -45,7 +49,7 @@ int Configuration::read(std::string_view key, std::string_view& value)
     return connected_ ? store_.read(key, value) : -ENOTCONN;
 }
 
-int Configuration::write(std::span<const Write> writes)
+int Configuration::write(std::span<const Write> writes, Writer writer)
 {
     if (!connected_)
         return -ENOTCONN;
@@ -58,7 +62,7 @@ int Configuration::write(std::span<const Write> writes)
     if (const int error = store_.write(writes); error != 0)
         return error;
     for (const Write& write : writes)
-        note(write);
+        note(write, writer);
     return 0;
 }
 

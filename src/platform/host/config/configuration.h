@@ -16,6 +16,10 @@ namespace host {
 int check_key(std::string_view key);
 int check_value(std::string_view value);
 
+// Whose write it is: a person's is always noted in the journal, the program's own as write_set() of
+// Journal has it.
+enum class Writer { person, program };
+
 // The configuration database as its users see it: checked keys and values, and each write noted in
 // the journal. Every call fails with -ENOTCONN before connect(). All that it is given must outlive
 // it.
@@ -34,7 +38,7 @@ public:
     int read(std::string_view key, std::string_view& value);
 
     // Writes together: 0, or a negative errno and nothing is written.
-    int write(std::span<const Write> writes);
+    int write(std::span<const Write> writes, Writer writer = Writer::person);
 
     // The keys that are `prefix` or stand below it, in order; all of them for an empty one.
     int list(std::string_view prefix, std::vector<std::string>& keys);
@@ -44,7 +48,7 @@ public:
     int unfollow(std::string_view key, config_change_callback callback, void* user);
 
 private:
-    void note(const Write& write);
+    void note(const Write& write, Writer writer);
 
     Store& store_;
     ChangeDispatcher& changes_;

@@ -89,7 +89,8 @@ Host::Host()
       store(open_store(settings, changes, clock, log)), configuration(*store, changes, journal),
       bus(*store, journal, clock), bus_name(log), devices(settings.board_root, journal, log),
       sockets(settings.console_port, log),
-      supervision(log), shells{configuration, journal, bus, traces, loop}, terminal(shells, log)
+      supervision(log), shells{configuration, journal, bus, traces, loop, clock},
+      terminal(shells, log)
 {
 }
 

@@ -3,7 +3,8 @@
 // logged. One short line each; the console shows them, the tests compare them.
 //
 // The lines:
-//   set KEY VALUE                     a key was written (by whoever uses this process's database)
+//   set KEY VALUE                     a key was written (by whoever uses this process's database);
+//                                     see write_set() for what the daemon writes
 //   del KEY                           a key was removed
 //   pin N high|low|in|out             a GPIO line's direction was written
 //   value N 0|1                       a GPIO line's value was written
@@ -37,6 +38,12 @@ public:
 
     void write(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
+    // "set KEY VALUE" for what the daemon itself has written. It is not noted when nothing has
+    // happened but such writes since the key was noted with that same value: readings that are
+    // copied again and again would displace everything else. Whatever happens in between, a line
+    // of write(), and each is noted anew: a story shows every write, equal ones too.
+    void write_set(std::string_view key, std::string_view value);
+
     // The number of the last line, 0 before the first.
     std::uint64_t last() const { return last_; }
 
@@ -50,7 +57,12 @@ private:
     struct Slot {
         std::uint64_t time_ms;
         std::array<char, line_length> text;
+        bool own_write; // of write_set()
     };
+
+    Slot& slot(std::uint64_t number) { return slots_[(number - 1) % capacity]; }
+    Slot& next_slot();
+    bool repeats(std::string_view key, std::string_view text);
 
     const Clock& clock_;
     std::array<Slot, capacity> slots_; // not touched before it is used: memory comes line by line

@@ -2,6 +2,7 @@
 // The commands of a shell: the platform's own, and those that the daemon has added.
 #pragma once
 
+#include <array>
 #include <optional>
 #include <span>
 #include <string_view>
@@ -34,6 +35,9 @@ int add_command(const shell_command_t* command);
 // All of them, in order; the one of that name.
 std::vector<Command> all_commands();
 std::optional<Command> find_command(std::string_view name);
+
+// Of the command `journal`.
+inline constexpr std::array<std::string_view, 2> journal_options = {"--last", "--since"};
 
 // What the command returns.
 int run_command(const Command& command, qv_cshell& shell, std::span<char* const> words);

@@ -72,6 +72,11 @@ void qv_cshell::complete(std::string_view before, std::string_view word,
     const std::string_view command = before.substr(0, before.find(' '));
     if (command == "config") {
         host::complete_config(*this, before.substr(command.size()), word, candidates);
+    } else if (command == "journal") {
+        for (const std::string_view option : host::journal_options) {
+            if (option.starts_with(word))
+                candidates.emplace_back(option);
+        }
     } else if (command.empty() || command == "help") {
         for (const host::Command& candidate : host::all_commands()) {
             if (candidate.name.starts_with(word))

@@ -24,6 +24,7 @@ struct ShellContext {
     const _cbus_conn_t& bus;
     TraceGroups& traces;
     const std::unique_ptr<_fdloop_t>& loop; // null before there is one
+    const Clock& clock;
 };
 
 // Words of a line: blanks separate them, double quotes hold one together. False when a quote

@@ -8,6 +8,7 @@
 
 #include "ap/output.h"
 #include "host/base/printable.h"
+#include "host/base/wall_time.h"
 #include "host/shell/commands.h"
 #include "host/shell/shell.h"
 
@@ -26,10 +27,16 @@ std::optional<std::uint64_t> parse_count(std::string_view text)
     return number;
 }
 
-void print_line(std::uint64_t number, std::uint64_t time_ms, std::string_view text)
+std::int64_t now(const Clock& clock)
 {
-    qv_printf("%" PRIu64 " %" PRIu64 ".%03u %s\n", number, time_ms / 1000U,
-              static_cast<unsigned int>(time_ms % 1000U), printable(text).c_str());
+    return clock.wall_ms(clock.now_ms());
+}
+
+void print_line(const Clock& clock, std::uint64_t number, std::uint64_t time_ms,
+                std::string_view text)
+{
+    qv_printf("%" PRIu64 " %s %s\n", number,
+              wall_time_text(clock.wall_ms(time_ms), now(clock)).c_str(), printable(text).c_str());
 }
 
 // Help may have several lines; the first says what the command is for.
@@ -76,34 +83,59 @@ int bus(qv_cshell& shell, Arguments arguments)
         std::min<std::uint64_t>({*wanted, signals.count(), SignalLog::capacity});
     for (std::uint64_t number = signals.count() - shown + 1; number <= signals.count(); ++number) {
         const SignalLog::Signal& signal = signals.signal(number);
-        print_line(number, signal.time_ms,
+        print_line(shell.context().clock, number, signal.time_ms,
                    bus.describe(signal.name.data(), signal.kept(), signal.length));
     }
     return SHELL_OK;
 }
 
+// The first line that was written at that time or later; last() + 1 without one.
+std::uint64_t first_since(const Journal& lines, const Clock& clock, std::int64_t time)
+{
+    std::uint64_t number = lines.first();
+    while (number <= lines.last() && clock.wall_ms(lines.line(number).time_ms) < time)
+        ++number;
+    return number;
+}
+
+// The first line to be shown, forgotten ones included; none when the arguments are not understood.
+std::optional<std::uint64_t> first_wanted(const ShellContext& context, Arguments arguments)
+{
+    const Journal& lines = context.journal;
+    const auto with_last = [&](std::uint64_t count) {
+        return lines.last() - std::min<std::uint64_t>({count, lines.last(), Journal::capacity}) + 1;
+    };
+    if (arguments.empty())
+        return with_last(lines_unasked);
+    const std::string_view option = arguments[0];
+    if (option == journal_options[0] && arguments.size() == 2) {
+        const auto count = parse_count(arguments[1]);
+        return count ? std::optional(with_last(*count)) : std::nullopt;
+    }
+    if (option == journal_options[1] && arguments.size() <= 3) {
+        std::string text;
+        for (const char* const word : arguments.subspan(1))
+            text.append(text.empty() ? "" : " ").append(word);
+        const auto time = parse_wall_time(text, now(context.clock));
+        return time ? std::optional(first_since(lines, context.clock, *time)) : std::nullopt;
+    }
+    const auto behind = arguments.size() == 1 ? parse_count(option) : std::nullopt;
+    return behind ? std::optional(std::min(*behind, lines.last()) + 1) : std::nullopt;
+}
+
 int journal(qv_cshell& shell, Arguments arguments)
 {
     const Journal& lines = shell.context().journal;
-    const std::uint64_t last = lines.last();
-    std::uint64_t from = last < lines_unasked ? 1 : last - lines_unasked + 1;
-    if (arguments.size() == 1) {
-        const auto behind = parse_count(arguments[0]);
-        if (!behind)
-            return SHELL_USAGE;
-        if (*behind >= last)
-            return SHELL_OK;
-        from = *behind + 1;
-        if (from < lines.first()) {
-            qv_printf("lines %" PRIu64 " to %" PRIu64 " are forgotten\n", from, lines.first() - 1);
-            from = lines.first();
-        }
-    } else if (arguments.size() > 1) {
+    std::optional<std::uint64_t> from = first_wanted(shell.context(), arguments);
+    if (!from)
         return SHELL_USAGE;
+    if (*from < lines.first()) {
+        qv_printf("lines %" PRIu64 " to %" PRIu64 " are forgotten\n", *from, lines.first() - 1);
+        from = lines.first();
     }
-    for (std::uint64_t number = from; number <= last; ++number) {
+    for (std::uint64_t number = *from; number <= lines.last(); ++number) {
         const Journal::Line line = lines.line(number);
-        print_line(line.number, line.time_ms, line.text);
+        print_line(shell.context().clock, line.number, line.time_ms, line.text);
     }
     return SHELL_OK;
 }
@@ -199,7 +231,9 @@ constexpr std::array<OwnCommand, 8> commands{{
     {"help", help, "Shows what commands there are: help [COMMAND]\n"},
     {"journal", journal,
      "Shows what the daemon did: journal [NUMBER]\n"
-     "  NUMBER: the lines behind that number; the last 20 without it\n"},
+     "  NUMBER          the lines behind that number; the last 20 without it\n"
+     "  --last COUNT    that many lines\n"
+     "  --since TIME    HH:MM[:SS], or YYYY-MM-DD HH:MM[:SS]\n"},
     {"loop", loop, "Shows how busy the event loop was\n"},
     {"result", result,
      "Shows how the last command ended: result WORD\n"
