@@ -26,6 +26,7 @@
 #include "ap/shell.h"
 #include "ap/socket.h"
 #include "base/terminal.h"
+#include "console/standard_output.h"
 
 namespace {
 
@@ -85,9 +86,11 @@ public:
     Current& operator=(const Current&) = delete;
 };
 
-int output_descriptor()
+int put(std::string_view text)
 {
-    return console.current != nullptr ? console.current->descriptor.get() : STDOUT_FILENO;
+    return console.current == nullptr ? power_man::write_standard_output(text)
+                                      : fdputs(console.current->descriptor.get(), text.data(),
+                                               static_cast<int>(text.size()));
 }
 
 void hold_spare()
@@ -258,11 +261,11 @@ int qv_vprintf(const char* format, va_list arguments)
 {
     std::array<char, output_size> text;
     const int length = std::vsnprintf(text.data(), text.size(), format, arguments);
-    return fdputs(output_descriptor(), text.data(),
-                  std::min(length, static_cast<int>(text.size()) - 1));
+    const auto whole = static_cast<std::size_t>(std::max(length, 0));
+    return put({text.data(), std::min(whole, text.size() - 1)});
 }
 
 int qv_puts(const char* text)
 {
-    return fdputs(output_descriptor(), text, static_cast<int>(std::strlen(text)));
+    return put(text);
 }

@@ -3,7 +3,7 @@
 //
 // This module also defines qv_vprintf(), qv_puts() and fdloop_telnet_get_fd() (ap/output.h):
 // what a shell command prints goes to the connection that ran it, all other output to standard
-// output. Output never blocks on a connection; what a client does not take is lost.
+// output. Output never blocks; what a client does not take is lost.
 #pragma once
 
 #include "ap/loop.h"

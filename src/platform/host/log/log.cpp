@@ -13,11 +13,12 @@ namespace host {
 namespace {
 
 constexpr int graver_than_debug = 5; // what the journal keeps
+constexpr int warning = 4;
 
 } // namespace
 
 Log::Log(Journal& journal, int level)
-    : journal_(journal), level_(level),
+    : journal_(journal), standard_error_(STDERR_FILENO), level_(level),
       to_journal_service_(std::getenv("JOURNAL_STREAM") != nullptr)
 {
 }
@@ -59,24 +60,18 @@ void Log::vwrite_if(bool wanted, int level, const char* format, va_list argument
         emit(level, text.data());
 }
 
-void Log::emit(int level, std::string_view text) const
+void Log::emit(int level, std::string_view text)
 {
-    // One write for one line, so that lines of several processes do not mix.
-    std::array<char, 1100> line;
-    std::array<char, 16> prefix{};
-    std::size_t leading = 0; // line ends: the prefix counts only on the line of the words
-    if (to_journal_service_) {
-        leading = std::min(text.find_first_not_of('\n'), text.size());
-        std::snprintf(prefix.data(), prefix.size(), "<%d>", level);
-    }
-    const std::string_view words = text.substr(leading);
-    const char* const end = text.ends_with('\n') ? "" : "\n";
-    const int total = std::snprintf(line.data(), line.size(), "%.*s%s%.*s%s",
-                                    static_cast<int>(leading), text.data(), prefix.data(),
-                                    static_cast<int>(words.size()), words.data(), end);
-    // There is nowhere left to report a failure to.
-    [[maybe_unused]] const ssize_t written =
-        ::write(STDERR_FILENO, line.data(), static_cast<std::size_t>(total));
+    const auto prefix = [this](int value) {
+        return to_journal_service_ ? "<" + std::to_string(value) + ">" : std::string();
+    };
+    // The prefix counts only on the line of the words.
+    const std::size_t leading = std::min(text.find_first_not_of('\n'), text.size());
+    std::string line(text.substr(0, leading));
+    line.append(prefix(level)).append(text.substr(leading));
+    if (!line.ends_with('\n'))
+        line += '\n';
+    standard_error_.write(line, prefix(warning)); // in one piece: lines of processes do not mix
 }
 
 } // namespace host

@@ -1,33 +1,20 @@
 // SPDX-License-Identifier: MIT
 #include "host/shell/config_watch.h"
 
-#include <poll.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 
 #include "ap/output.h"
+#include "host/base/outlet.h"
 #include "host/base/printable.h"
 
 namespace host {
 namespace {
 
 constexpr std::size_t longest_shown_value = 160;
-constexpr std::size_t longest_text = 4096; // of one delivery: a ready pipe or terminal takes it
-
-void write_or_drop(int fd, std::string_view text)
-{
-    if (fd >= 0 &&
-        (send(fd, text.data(), text.size(), MSG_DONTWAIT | MSG_NOSIGNAL) >= 0 || errno != ENOTSOCK))
-        return;
-    pollfd receiver{fd >= 0 ? fd : STDOUT_FILENO, POLLOUT, 0};
-    if (poll(&receiver, 1, 0) != 1 || (receiver.revents & POLLOUT) == 0)
-        return;
-    // A receiver that is gone is noticed by whoever reads from it.
-    [[maybe_unused]] const ssize_t written = write(receiver.fd, text.data(), text.size());
-}
+constexpr std::size_t longest_text = 4096; // of one delivery
 
 } // namespace
 
@@ -66,7 +53,8 @@ void ConfigWatch::show_changes(unsigned int count, const config_data_t* records,
             break;
         text += line + "\r\n";
     }
-    write_or_drop(watch.fd_, text + current);
+    // A receiver that is gone is noticed by whoever reads from it.
+    write_ready(watch.fd_ >= 0 ? watch.fd_ : STDOUT_FILENO, text + current);
 }
 
 int ConfigWatch::add(const std::string& key)

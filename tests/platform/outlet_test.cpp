@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: MIT
+// Receivers that stand still: a call that waits for one never returns here.
+#include "host/base/outlet.h"
+
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <pty.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <string>
+
+namespace {
+
+struct Ends {
+    int in;
+    int out;
+};
+
+Ends make_pipe()
+{
+    std::array<int, 2> fds{};
+    EXPECT_EQ(pipe(fds.data()), 0);
+    return {fds[0], fds[1]};
+}
+
+Ends make_socket()
+{
+    std::array<int, 2> fds{};
+    EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, fds.data()), 0);
+    return {fds[0], fds[1]};
+}
+
+Ends make_terminal(tcflag_t output_modes)
+{
+    termios modes{};
+    modes.c_oflag = output_modes;
+    Ends ends{};
+    EXPECT_EQ(openpty(&ends.in, &ends.out, nullptr, &modes, nullptr), 0);
+    return ends;
+}
+
+Ends make_raw_terminal()
+{
+    return make_terminal(OPOST);
+}
+
+Ends make_cooked_terminal()
+{
+    return make_terminal(OPOST | ONLCR);
+}
+
+std::string take_all(int fd)
+{
+    std::string all;
+    std::array<char, 4096> part;
+    for (pollfd wait{fd, POLLIN, 0}; poll(&wait, 1, 100) == 1;) {
+        const ssize_t length = read(fd, part.data(), part.size());
+        if (length <= 0)
+            break;
+        all.append(part.data(), static_cast<std::size_t>(length));
+    }
+    return all;
+}
+
+class Outlet : public testing::TestWithParam<Ends (*)()> {};
+
+TEST_P(Outlet, DropsAndCountsWhatNobodyReads)
+{
+    constexpr std::size_t lines = 5000;
+    const Ends ends = GetParam()();
+    const std::string end = isatty(ends.out) == 1 ? "\r\n" : "\n";
+    host::Outlet outlet(ends.out);
+    const std::string line(700, 'x');
+    for (std::size_t i = 0; i < lines; ++i)
+        outlet.write(line + "\n");
+    const std::string taken = take_all(ends.in);
+    std::size_t whole = 0;
+    while (taken.compare(whole * (line.size() + end.size()), line.size() + end.size(),
+                         line + end) == 0)
+        ++whole;
+    EXPECT_GT(whole, 3U);
+    EXPECT_LT(whole, lines);
+    const bool cut = taken.size() > whole * (line.size() + end.size());
+
+    EXPECT_TRUE(outlet.write("on\n", "<4>"));
+    EXPECT_TRUE(outlet.write("and on\n", "<4>"));
+    EXPECT_EQ(take_all(ends.in), (cut ? end : "") + "<4>" + std::to_string(lines - whole) +
+                                     " lines were dropped" + end + "on" + end + "and on" + end);
+    close(ends.in);
+    close(ends.out);
+}
+
+INSTANTIATE_TEST_SUITE_P(To, Outlet,
+                         testing::Values(make_pipe, make_socket, make_raw_terminal,
+                                         make_cooked_terminal));
+
+} // namespace
