@@ -18,7 +18,7 @@ namespace {
 
 constexpr int patience_ms = 20000; // the test fails after it
 
-using Modes = std::array<tcflag_t, 4>;
+using Modes = std::array<tcflag_t, 6>;
 
 class ProcessInForeground : public testing::Test {
 protected:
@@ -38,6 +38,8 @@ protected:
         modes.c_lflag = before[0];
         modes.c_iflag = before[1];
         modes.c_cc[VMIN] = modes.c_cc[VTIME] = static_cast<cc_t>(before[2]);
+        modes.c_oflag = before[4];
+        modes.c_cc[VINTR] = static_cast<cc_t>(before[5]);
         int screen = -1;
         const pid_t child = forkpty(&screen, nullptr, &modes, nullptr);
         if (child == 0) {
@@ -56,7 +58,8 @@ protected:
     {
         termios now{};
         EXPECT_EQ(tcgetattr(screen_.get(), &now), 0);
-        return {now.c_lflag, now.c_iflag, now.c_cc[VMIN], now.c_cc[VTIME]};
+        return {now.c_lflag,     now.c_iflag, now.c_cc[VMIN],
+                now.c_cc[VTIME], now.c_oflag, now.c_cc[VINTR]};
     }
 
     void type(const std::string& text) const
@@ -65,12 +68,12 @@ protected:
                   static_cast<ssize_t>(text.size()));
     }
 
-    bool shows(const char* text)
+    bool shows(const char* text, int patience = patience_ms)
     {
         std::array<char, 512> piece;
         while (shown.find(text) == std::string::npos) {
             pollfd wait{screen_.get(), POLLIN, 0};
-            if (poll(&wait, 1, patience_ms) != 1)
+            if (poll(&wait, 1, patience) != 1)
                 return false;
             const ssize_t length = read(screen_.get(), piece.data(), piece.size());
             if (length <= 0)
@@ -80,8 +83,9 @@ protected:
         return true;
     }
 
-    static constexpr Modes before{ICANON | ECHO | IEXTEN, IXON, 9, 9}; // of some other program
-    static constexpr Modes own_modes{0, 0, 1, 0};
+    // Of some other program.
+    static constexpr Modes before{ICANON | ECHO | IEXTEN | ISIG, IXON, 9, 9, OPOST | ONLCR, 3};
+    static constexpr Modes own_modes{ISIG, 0, 1, 0, OPOST, _POSIX_VDISABLE};
     Process process;
     std::string shown;
 
@@ -100,7 +104,25 @@ TEST_F(ProcessInForeground, HasItsShellOnTheTerminalOnly)
     type("config watch ram.status.hpa\n"
          "config set rmcfg.platform.hpa.temperature 33\n");
     EXPECT_TRUE(shows("set ram.status.hpa.temperature 33")) << shown;
-    type("exit\n");
+    type("exit\x03help exit\n");
+    EXPECT_TRUE(shows("exit^C\r\npower_man> help exit\r\nEnds this shell\r\n")) << shown;
+    EXPECT_EQ(shown.find("\r\r"), std::string::npos) << shown;
+    type("\x04");
+    EXPECT_EQ(process.end(), "exit 0");
+    EXPECT_EQ(modes_now(), before);
+}
+
+TEST_F(ProcessInForeground, WaitsForNobodyAtTheTerminal)
+{
+    EXPECT_TRUE(shows("power_man")) << shown;
+    for (int i = 0; i < 400; ++i) // far more than a terminal holds
+        type("help\n");
+    usleep(300'000);
+    EXPECT_FALSE(shows("everything that is left", 300));
+    type("help exit\n");
+    EXPECT_TRUE(shows(" lines were dropped\r\n")) << shown;
+    EXPECT_TRUE(shows("help exit\r\nEnds this shell\r\n")) << shown;
+    process.signal(SIGINT);
     EXPECT_EQ(process.end(), "exit 0");
     EXPECT_EQ(modes_now(), before);
 }

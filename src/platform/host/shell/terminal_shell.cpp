@@ -80,6 +80,8 @@ int TerminalShell::set_modes()
     modes_ = modes;
     modes.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO | IEXTEN);
     modes.c_iflag &= ~static_cast<tcflag_t>(IXON);
+    modes.c_oflag &= ~static_cast<tcflag_t>(ONLCR);
+    modes.c_cc[VINTR] = _POSIX_VDISABLE;
     modes.c_cc[VMIN] = 1;
     modes.c_cc[VTIME] = 0;
     own_modes_ = modes;

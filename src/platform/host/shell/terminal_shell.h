@@ -13,8 +13,9 @@
 namespace host {
 
 // The shell on the process's own terminal: one at most. The editor wants every key at once, without
-// the kernel's echo; keys that make signals keep doing so. Flow control is off: ^S would block the
-// daemon in its next line of output. Whoever gets the terminal next finds it as it was.
+// the kernel's echo, ^C too; other keys that make signals keep doing so. Flow control is off: ^S
+// would stop the log. Line ends come from the program, so that the kernel must not add to them.
+// Whoever gets the terminal next finds it as it was.
 class TerminalShell {
 public:
     // Both must outlive the object.

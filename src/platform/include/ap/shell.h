@@ -41,8 +41,8 @@ typedef struct shell_command {
  * called before main(). 0, or -EEXIST. */
 int shell_command_add_sorted(const shell_command_t* command);
 
-/* Puts a shell with the given name (its prompt) onto the process's terminal. `exit` ends the
- * loop. 0, or a negative errno. */
+/* Puts a shell with the given name (its prompt) onto the process's terminal. `exit` and ^D end
+ * the loop, ^C drops the line. 0, or a negative errno. */
 int fdloop_shell_init(_fdloop_t* loop, const char* name);
 
 /* One shell; null when memory is short. `name` must outlive it. The owner frees it. */
