@@ -75,19 +75,27 @@ TEST_P(Outlet, DropsAndCountsWhatNobodyReads)
     const std::string line(700, 'x');
     for (std::size_t i = 0; i < lines; ++i)
         outlet.write(line + "\n");
-    const std::string taken = take_all(ends.in);
-    std::size_t whole = 0;
-    while (taken.compare(whole * (line.size() + end.size()), line.size() + end.size(),
-                         line + end) == 0)
-        ++whole;
-    EXPECT_GT(whole, 3U);
-    EXPECT_LT(whole, lines);
-    const bool cut = taken.size() > whole * (line.size() + end.size());
-
+    std::string seen = take_all(ends.in);
     EXPECT_TRUE(outlet.write("on\n", "<4>"));
     EXPECT_TRUE(outlet.write("and on\n", "<4>"));
-    EXPECT_EQ(take_all(ends.in), (cut ? end : "") + "<4>" + std::to_string(lines - whole) +
-                                     " lines were dropped" + end + "on" + end + "and on" + end);
+    seen += take_all(ends.in);
+    EXPECT_TRUE(seen.ends_with(" lines were dropped" + end + "on" + end + "and on" + end));
+    EXPECT_NE(seen.find("<4>"), std::string::npos);
+
+    // A terminal may take more for a moment, which gives a count in between.
+    std::size_t whole = 0;
+    std::size_t dropped = 0;
+    for (std::size_t from = 0, to = 0; (to = seen.find(end, from)) != std::string::npos;
+         from = to + end.size()) {
+        const std::string piece = seen.substr(from, to - from);
+        const std::size_t count =
+            piece.find_first_of("0123456789", piece.starts_with("<4>") ? 3 : 0);
+        whole += piece == line ? 1 : 0;
+        dropped += piece.ends_with(" lines were dropped") ? std::stoul(piece.substr(count)) : 0;
+    }
+    EXPECT_GT(whole, 3U);
+    EXPECT_GT(dropped, 0U);
+    EXPECT_EQ(whole + dropped, lines);
     close(ends.in);
     close(ends.out);
 }

