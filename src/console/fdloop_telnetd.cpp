@@ -143,6 +143,17 @@ void send_at_once(int client)
     setsockopt(client, IPPROTO_TCP, TCP_NODELAY, &yes, sizeof yes);
 }
 
+// What is left unread when the connection ends makes the kernel break it, and the client may lose
+// the last output.
+void drop_input(int client)
+{
+    constexpr int most_reads = 64; // of somebody who never stops
+    std::array<char, input_size> data;
+    for (int i = 0; i < most_reads && recv(client, data.data(), data.size(), MSG_DONTWAIT) > 0;
+         ++i) {
+    }
+}
+
 bool is_open(int fd)
 {
     return fcntl(fd, F_GETFD) >= 0;
@@ -213,7 +224,12 @@ int fdloop_telnetd_input(int fd, void* user)
 {
     auto& connection = *static_cast<telnet_conn*>(user);
     std::array<char, input_size> data;
-    const ssize_t length = read(fd, data.data(), data.size());
+    ssize_t length = recv(fd, data.data(), data.size(), MSG_PEEK);
+    // A hook takes what has come; a shell one line a turn, so that all get theirs.
+    if (length > 0 && connection.hook == nullptr)
+        length = power_man::first_line(data.data(), static_cast<int>(length));
+    if (length > 0)
+        length = read(fd, data.data(), static_cast<std::size_t>(length));
     if (length < 0 && (errno == EAGAIN || errno == EINTR))
         return 0; // woken for nothing
     if (length <= 0) {
@@ -223,6 +239,7 @@ int fdloop_telnetd_input(int fd, void* user)
     const int result = handle_input(connection, data.data(),
                                     telnet_input_filter(data.data(), static_cast<int>(length)));
     if (result == SHELL_EXIT) {
+        drop_input(fd);
         end_connection(&connection);
         return 1;
     }

@@ -39,6 +39,14 @@ int telnet_command_init_default(int fd);
 // that the end of the data cuts off is left.
 int telnet_input_filter(char* data, int length);
 
+namespace power_man {
+
+// The length of the first line, its end included, without the bytes of telnet commands that end
+// lines elsewhere; all of the data without a line's end.
+int first_line(const char* data, int length);
+
+} // namespace power_man
+
 // Callbacks of the loop: the context of the first is the loop, of the second the connection.
 int fdloop_telnetd_accept(int listening, void* loop);
 int fdloop_telnetd_input(int fd, void* connection);

@@ -76,6 +76,23 @@ int telnet_command_init_default(int fd)
     return 0;
 }
 
+int power_man::first_line(const char* data, int length)
+{
+    for (int i = 0; i < length;) {
+        const bool command = static_cast<unsigned char>(data[i]) == iac;
+        if (command && length - i >= command_length) {
+            i += command_length;
+            continue;
+        }
+        const char byte = data[i++];
+        if (byte == '\n')
+            return i;
+        if (byte == '\r') // with what belongs to it: telnet says so in two ways
+            return i < length && (data[i] == '\n' || data[i] == '\0') ? i + 1 : i;
+    }
+    return length;
+}
+
 int telnet_input_filter(char* data, int length)
 {
     int kept = 0;

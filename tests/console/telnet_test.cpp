@@ -137,6 +137,14 @@ TEST(TelnetBytes, line_feeds_out_and_commands_in)
             telnet_input_filter(data.data(), static_cast<int>(data.size()))));
         EXPECT_EQ(data, left);
     }
+
+    // A line's end inside of a telnet command is none; one behind half a command is.
+    const std::pair<std::string, int> lines[] = {
+        {"ab", 2},      {"a\nb\n", 2},        {"\ra", 1},           {"a\r\nb", 3},
+        {"a\r", 2},     {{"\r\0a", 3}, 2},    {"\xff\xfd\nb\n", 5}, {"\xff\r\n\xff\xfd\x01\r", 7},
+        {"a\xff\n", 3}, {"\n\xff\xfd\x01", 1}};
+    for (const auto& [received, first] : lines)
+        EXPECT_EQ(power_man::first_line(received.data(), static_cast<int>(received.size())), first);
 }
 
 TEST_F(Telnet, serves_two_clients_apart)
@@ -164,6 +172,72 @@ TEST_F(Telnet, serves_two_clients_apart)
     EXPECT_EQ(three.answer("config get k.b\r"),
               std::string(greeting) + "config get k.b\r\n2\r\nbox> ");
     EXPECT_EQ(three.answer("\x04"), "\r\n(end)");
+}
+
+TEST_F(Telnet, lines_that_come_together_take_a_turn_each)
+{
+    Client client(port_);
+    const auto callbacks = [] { return host::instance().loop->statistics().callbacks; };
+    const auto before = callbacks();
+    std::string lines;
+    std::string answers(greeting);
+    for (int i = 0; i < 200; ++i) {
+        lines += "\r\n";
+        answers += "\r\nbox> ";
+    }
+    EXPECT_EQ(client.answer(lines), answers);
+    EXPECT_GE(callbacks(), before + 200);
+}
+
+TEST_F(Telnet, a_long_listing_goes_with_its_reader)
+{
+    const std::string value(150, 'v');
+    std::string all;
+    for (int i = 10'000; i < 60'000; ++i) { // more than the kernel holds for a client
+        const std::string key = "long." + std::to_string(i);
+        put_value(key, value);
+        all.append(key).append(" = ").append(value).append("\r\n");
+    }
+    put_value("short", "1");
+    run_loop();
+    const std::string command = "config list long\r";
+    const std::string begin = std::string(greeting) + "config list long\r\n";
+    const auto read_to_the_end = [](Client& client) {
+        std::string seen;
+        for (std::string part = client.seen(); !part.empty(); part = client.seen()) {
+            seen += part;
+            run_loop();
+        }
+        return seen;
+    };
+    Client client(port_);
+    Client other(port_);
+    other.seen();
+    client.type(command + "config get short\r"); // which waits
+    EXPECT_EQ(other.answer("config get short\r"), "config get short\r\n1\r\nbox> ");
+    EXPECT_TRUE(read_to_the_end(client) == begin + all + "box> config get short\r\n1\r\nbox> ");
+
+    // ^C ends it, but not when it belongs to a telnet command; changes go between the lines.
+    Client cut(port_);
+    cut.type("config watch short\r" + command + "\xff\xfd\x03");
+    put_value("short", "2");
+    run_loop();
+    std::string seen = cut.seen();
+    run_loop();
+    cut.type("typed before\x03 config get short\r");
+    seen += read_to_the_end(cut);
+    EXPECT_LT(seen.size(), all.size());
+    EXPECT_NE(seen.find("\r\nset short 2\r\nlong."), std::string::npos);
+    EXPECT_TRUE(seen.ends_with("^C\r\nbox>  config get short\r\n2\r\nbox> "))
+        << seen.substr(seen.size() - 100);
+
+    // Its end is the listing's.
+    Client gone(port_);
+    gone.type(command);
+    gone.hang_up();
+    const auto before = host::instance().loop->statistics().callbacks;
+    run_loop();
+    EXPECT_EQ(host::instance().loop->statistics().callbacks, before);
 }
 
 TEST_F(Telnet, a_hook_takes_the_input)

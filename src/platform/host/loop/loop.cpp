@@ -51,7 +51,7 @@ int _fdloop_t::add(int fd, host::Condition condition, fdloop_fd_callback callbac
         return -EBADF;
     // A watch that was left on a closed descriptor does not stand in the way: the kernel has
     // dropped its half, and the new one takes its place in the table.
-    Watch watch{callback, user, next_generation(), condition, false};
+    Watch watch{callback, user, next_generation(), condition};
     epoll_event event = event_for(fd, condition, watch.generation);
     const bool polled = epoll_ctl(epoll_.get(), EPOLL_CTL_ADD, fd, &event) == 0;
     if (!polled && (errno != EPERM || condition != host::Condition::exception))
@@ -107,6 +107,20 @@ int _fdloop_t::remove(int fd, host::Condition condition)
     return 0;
 }
 
+void _fdloop_t::set_suspended(int fd, bool suspended)
+{
+    if (fd < 0 || static_cast<std::size_t>(fd) >= watches_.size())
+        return;
+    Watch& watch = watches_[static_cast<std::size_t>(fd)];
+    if (watch.callback == nullptr || watch.plain_file)
+        return;
+    watch.suspended = suspended;
+    epoll_event event = event_for(fd, watch.condition, watch.generation);
+    if (suspended)
+        event.events = 0; // and what the kernel always adds: errors, the end
+    epoll_ctl(epoll_.get(), EPOLL_CTL_MOD, fd, &event); // fails when it is closed: as well
+}
+
 void _fdloop_t::forget(int fd)
 {
     Watch& watch = watches_[static_cast<std::size_t>(fd)];
@@ -132,6 +146,8 @@ void _fdloop_t::rebuild_epoll()
             continue;
         const int fd = static_cast<int>(i);
         epoll_event event = event_for(fd, watch.condition, watch.generation);
+        if (watch.suspended)
+            event.events = 0;
         epoll_ctl(fresh.get(), EPOLL_CTL_ADD, fd, &event);
     }
     if (edges_.descriptor() >= 0) {

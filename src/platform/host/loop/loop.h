@@ -57,6 +57,11 @@ public:
     int add(int fd, host::Condition condition, fdloop_fd_callback callback, void* user);
     int remove(int fd, host::Condition condition);
 
+    // Input for a suspended watch stays where it is until resume(); a broken connection still calls
+    // it. Nothing happens to a descriptor without a watch.
+    void suspend(int fd) { set_suspended(fd, true); }
+    void resume(int fd) { set_suspended(fd, false); }
+
     int add_timer(std::uint64_t milliseconds, fdloop_timer_callback callback, void* user)
     {
         return timers_.add(milliseconds, callback, user);
@@ -90,6 +95,7 @@ private:
         std::uint32_t generation = 0; // tells a watch from an earlier one of the same number
         host::Condition condition = host::Condition::input;
         bool plain_file = false; // watched by `edges_`, not by epoll
+        bool suspended = false;
     };
 
     _fdloop_t(host::Clock& clock, host::Log& log, host::Descriptor epoll)
@@ -98,6 +104,7 @@ private:
     }
 
     int watch_plain_file(int fd, Watch& watch);
+    void set_suspended(int fd, bool suspended);
     std::uint32_t next_generation();
     void forget(int fd);
     void rebuild_epoll();

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The shell's door to the configuration database.
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -13,6 +14,7 @@ namespace host {
 namespace {
 
 constexpr std::size_t longest_listed_value = 160;
+constexpr std::size_t keys_in_a_piece = 50; // of a list: each is read, in the worst case by a call
 
 struct Subcommand {
     std::string_view name;
@@ -67,12 +69,17 @@ int list(qv_cshell& shell, Arguments words)
     std::vector<std::string> keys;
     if (const int error = shell.context().config.list(prefix, keys); error != 0)
         return fail(words.empty() ? "list" : prefix, error);
-    for (const std::string& key : keys) {
-        std::string_view value;
-        if (shell.context().config.read(key, value) != 0)
-            continue; // removed by a neighbour meanwhile
-        qv_puts((printable(key) + " = " + printable(value, longest_listed_value) + "\n").c_str());
-    }
+    Configuration& config = shell.context().config;
+    shell.list([&config, keys = std::move(keys), next = std::size_t{0}](std::string& text) mutable {
+        const std::size_t end = std::min(next + keys_in_a_piece, keys.size());
+        for (; next < end; ++next) {
+            std::string_view value;
+            if (config.read(keys[next], value) == 0) // else a neighbour has removed it
+                text +=
+                    printable(keys[next]) + " = " + printable(value, longest_listed_value) + "\n";
+        }
+        return next < keys.size();
+    });
     return SHELL_OK;
 }
 

@@ -39,12 +39,16 @@ std::string ConfigWatch::change_line(const config_data_t& record) const
 void ConfigWatch::show_changes(unsigned int count, const config_data_t* records, void* self)
 {
     const auto& watch = *static_cast<const ConfigWatch*>(self);
-    std::string current = std::string(watch.prompt_) + "> ";
-    const std::size_t prompt_width = current.size();
-    watch.editor_.draw(current);
-    const std::size_t width = prompt_width + watch.editor_.typed().size();
-
-    std::string text = "\r";
+    const bool above_prompt = !watch.listing_ || !watch.listing_->running();
+    std::string current;
+    std::size_t width = 0;
+    std::string text;
+    if (above_prompt) {
+        current = std::string(watch.prompt_) + "> ";
+        width = current.size() + watch.editor_.typed().size();
+        watch.editor_.draw(current);
+        text = "\r";
+    }
     for (unsigned int i = 0; i < count; ++i) {
         std::string line = watch.change_line(records[i]);
         if (i == 0 && line.size() < width)
@@ -54,7 +58,10 @@ void ConfigWatch::show_changes(unsigned int count, const config_data_t* records,
         text += line + "\r\n";
     }
     // A receiver that is gone is noticed by whoever reads from it.
-    write_ready(watch.fd_ >= 0 ? watch.fd_ : STDOUT_FILENO, text + current);
+    if (above_prompt)
+        write_ready(watch.fd_ >= 0 ? watch.fd_ : STDOUT_FILENO, text + current);
+    else
+        watch.listing_->insert(text);
 }
 
 int ConfigWatch::add(const std::string& key)

@@ -1,26 +1,30 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "host/config/configuration.h"
 #include "host/shell/line_editor.h"
+#include "host/shell/listing.h"
 
 namespace host {
 
 // Changes of the configuration database, shown live to the shell that asked for them.
 //
-// Each is one line, "set KEY VALUE" or "del KEY", ended by CR LF, above the line being typed.
+// Each is one line, "set KEY VALUE" or "del KEY", ended by CR LF, above the line being typed, or
+// among the lines of the shell's listing.
 // What the receiver does not take at once is dropped: nobody waits for a slow reader.
 class ConfigWatch {
 public:
     static constexpr std::size_t most = 16; // watches of one shell
 
     // All of it must outlive the object; its end ends the watches.
-    ConfigWatch(Configuration& config, const char* prompt, const LineEditor& editor)
-        : config_(config), prompt_(prompt), editor_(editor)
+    ConfigWatch(Configuration& config, const char* prompt, const LineEditor& editor,
+                const std::unique_ptr<Listing>& listing)
+        : config_(config), prompt_(prompt), editor_(editor), listing_(listing)
     {
     }
     ConfigWatch(const ConfigWatch&) = delete;
@@ -43,6 +47,7 @@ private:
     Configuration& config_;
     const char* prompt_;
     const LineEditor& editor_;
+    const std::unique_ptr<Listing>& listing_; // null before the first
     std::vector<std::string> keys_;
     int fd_ = -1; // where changes are written; -1: standard output
 };

@@ -2,6 +2,7 @@
 #include "host/shell/shell.h"
 
 #include <algorithm>
+#include <cstring>
 #include <utility>
 
 #include "ap/output.h"
@@ -56,7 +57,7 @@ qv_cshell::qv_cshell(const char* name, const host::ShellContext& context)
     : name_(name), context_(context),
       editor_([this](std::string_view before, std::string_view word,
                      std::vector<std::string>& candidates) { complete(before, word, candidates); }),
-      watches_(context.config, name, editor_)
+      watches_(context.config, name, editor_, listing_)
 {
 }
 
@@ -82,6 +83,22 @@ void qv_cshell::complete(std::string_view before, std::string_view word,
             if (candidate.name.starts_with(word))
                 candidates.emplace_back(candidate.name);
         }
+    }
+}
+
+void qv_cshell::list(host::Listing::Source source)
+{
+    std::string text;
+    if (!source(text)) {
+        qv_puts(text.c_str());
+        return;
+    }
+    const auto ended = [this] { listing_ended_(); };
+    listing_ = std::make_unique<host::Listing>(*context_.loop, fdloop_telnet_get_fd(), text,
+                                               std::move(source), std::string(name_) + "> ", ended);
+    if (const int error = listing_->start(); error != 0) {
+        listing_.reset();
+        qv_printf("The list cannot be shown: %s\n", std::strerror(-error));
     }
 }
 
@@ -126,6 +143,8 @@ int qv_cshell::handle(LineEditor::Event event)
     }
     if (event == LineEditor::Event::line && run_line(editor_.line()) == SHELL_EXIT)
         return SHELL_EXIT;
+    if (listing())
+        return SHELL_OK;
     std::string echo;
     prompt();
     editor_.draw(echo);
@@ -137,6 +156,8 @@ int qv_cshell::feed(std::string_view typed)
 {
     std::string echo;
     for (const char byte : typed) {
+        if (listing())
+            listing_.reset();
         const LineEditor::Event event = editor_.feed(byte, echo);
         const bool quiet = event == LineEditor::Event::none;
         if (quiet && echo.size() < host::echo_block)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -14,6 +15,7 @@
 #include "host/loop/loop.h"
 #include "host/shell/config_watch.h"
 #include "host/shell/line_editor.h"
+#include "host/shell/listing.h"
 
 namespace host {
 
@@ -44,6 +46,17 @@ public:
     // Any bytes, any split. SHELL_EXIT when the shell wants to end (the rest is dropped), else 0.
     int feed(std::string_view typed);
 
+    // Prints what the source gives: at once when that is little, else as a listing, which goes on
+    // after the command's end; the prompt follows it.
+    void list(host::Listing::Source source);
+
+    // While a listing runs: input waits with whoever reads it. What comes all the same ends it.
+    bool listing() const { return listing_ && listing_->running(); }
+    void interrupt_listing() { listing_->interrupt(); }
+
+    // To be called from the loop when a listing has ended.
+    void on_listing_end(std::function<void()> call) { listing_ended_ = std::move(call); }
+
     const host::ShellContext& context() const { return context_; }
 
     // Of the last command, as a script counts: 0 is success.
@@ -64,4 +77,6 @@ private:
     host::LineEditor editor_;
     host::ConfigWatch watches_;
     int status_ = 0;
+    std::unique_ptr<host::Listing> listing_;
+    std::function<void()> listing_ended_ = [] {};
 };

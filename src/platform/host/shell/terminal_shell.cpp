@@ -3,14 +3,18 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 namespace host {
 namespace {
+
+constexpr std::size_t most_typed = 1024; // of what waits
 
 // The one that has changed the terminal's modes: for signal handlers and the end of the process.
 TerminalShell* holder = nullptr;
@@ -90,18 +94,66 @@ int TerminalShell::set_modes()
     return tcsetattr(STDIN_FILENO, TCSADRAIN, &modes) == 0 ? 0 : -errno;
 }
 
-int TerminalShell::on_input(int fd, void* self)
+void TerminalShell::read_input()
+{
+    std::array<char, most_typed> data;
+    const std::size_t room = most_typed - typed_.size();
+    const ssize_t length = read(STDIN_FILENO, data.data(), room);
+    if (room == 0 || (length < 0 && (errno == EAGAIN || errno == EINTR)))
+        return;
+    if (length <= 0) {
+        at_end_ = true;
+        loop_->remove(STDIN_FILENO, Condition::input);
+        return;
+    }
+    typed_.append(data.data(), static_cast<std::size_t>(length));
+    const std::size_t interrupt = typed_.rfind('\x03');
+    if (shell_->listing() && interrupt != std::string::npos) {
+        typed_.erase(0, interrupt + 1);
+        shell_->interrupt_listing();
+    }
+    if (typed_.size() == most_typed)
+        loop_->suspend(STDIN_FILENO);
+}
+
+// Handles one line of what was typed. The end of a listing asks for the next turn.
+void TerminalShell::go_on()
+{
+    if (shell_->listing())
+        return;
+    bool leaves = at_end_ && typed_.empty();
+    if (!typed_.empty()) {
+        const std::size_t line = std::min(typed_.find_first_of("\r\n"), typed_.size() - 1) + 1;
+        const std::string input = typed_.substr(0, line);
+        typed_.erase(0, line);
+        leaves = shell_->feed(input) == SHELL_EXIT;
+        ask_turn();
+    }
+    loop_->resume(STDIN_FILENO);
+    if (leaves)
+        loop_->stop();
+}
+
+void TerminalShell::ask_turn()
+{
+    if (!std::exchange(turn_asked_, true))
+        loop_->add_timer(0, on_turn, this);
+}
+
+int TerminalShell::on_turn(void* self)
 {
     auto& terminal = *static_cast<TerminalShell*>(self);
-    std::array<char, 1024> data;
-    const ssize_t length = read(fd, data.data(), data.size());
-    if (length < 0 && (errno == EAGAIN || errno == EINTR))
-        return 0;
-    if (length > 0 &&
-        terminal.shell_->feed({data.data(), static_cast<std::size_t>(length)}) == SHELL_OK)
-        return 0;
-    terminal.loop_->stop();
-    return 1;
+    terminal.turn_asked_ = false;
+    terminal.go_on();
+    return 0;
+}
+
+int TerminalShell::on_input(int, void* self)
+{
+    auto& terminal = *static_cast<TerminalShell*>(self);
+    terminal.read_input();
+    terminal.ask_turn();
+    return 0;
 }
 
 int TerminalShell::take_input()
@@ -120,6 +172,7 @@ int TerminalShell::open(_fdloop_t& loop, const char* name)
         return -EEXIST;
     loop_ = &loop;
     shell_ = std::make_unique<qv_cshell>(name, context_);
+    shell_->on_listing_end([this] { ask_turn(); });
     if (const int error = take_input(); error != 0) {
         shell_.reset();
         log_.write(3, "No shell on the terminal: %s\n", std::strerror(-error));

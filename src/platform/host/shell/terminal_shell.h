@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <optional>
+#include <string>
 
 #include "host/log/log.h"
 #include "host/loop/loop.h"
@@ -29,6 +30,10 @@ public:
 
 private:
     static int on_input(int fd, void* self);
+    static int on_turn(void* self);
+    void read_input();
+    void go_on();
+    void ask_turn();
     static void on_leaving_signal(int signal);
     static void restore_at_exit();
     static void watch_leaving_signals();
@@ -40,6 +45,9 @@ private:
     Log& log_;
     _fdloop_t* loop_ = nullptr;
     std::unique_ptr<qv_cshell> shell_;
+    std::string typed_;            // and not yet handled: one line a turn of the loop
+    bool at_end_ = false;          // of the input
+    bool turn_asked_ = false;      // on_turn() will be called
     std::optional<termios> modes_; // as they were
     termios own_modes_{};
 };
