@@ -56,8 +56,8 @@ std::int32_t search_up(const Ranges& ranges, std::int32_t start, std::int32_t hi
 // A sensor leaves its interval only beyond the interval's own range. A three-interval sensor
 // may go one beyond its last interval, where no range applies: it comes back as soon as the
 // reading is within the last interval's maximum.
-std::int32_t next_interval(const temp_sensor_desc_t& sensor, const Ranges& ranges,
-                           std::int32_t current, int temp)
+std::int32_t by_temperature(const temp_sensor_desc_t& sensor, const Ranges& ranges,
+                            std::int32_t current, int temp)
 {
     constexpr auto top = static_cast<std::int32_t>(temp_interval_count) - 1;
     const std::int32_t last = power_man::last_interval(sensor);
@@ -96,6 +96,14 @@ void trace_start(const temp_sensor_desc_t& sensor, std::int32_t current, std::in
     qv_slogd("desc->range_ac[intv].max: %i \n", sensor.range_ac[index_of(current)].max);
 }
 
+power_man::EvaluationObserver observer = nullptr;
+
+void observed(const power_man::Evaluation& evaluation)
+{
+    if (observer != nullptr)
+        observer(evaluation);
+}
+
 } // namespace
 
 void temp_action(int id, int alarm_id, int temp)
@@ -107,27 +115,43 @@ void temp_action(int id, int alarm_id, int temp)
     temp_mon_rec_t& record = temp_mon_rec[index];
     if (!is_known_alarm(sensor, alarm_id))
         return;
-    std::int32_t external_supply = 0;
-    if (config_read_int(power_man::key::external_supply, &external_supply) != 0)
-        return;
-
     const std::int32_t current = record.intv;
+    std::int32_t external_supply = 0;
+    if (config_read_int(power_man::key::external_supply, &external_supply) != 0) {
+        observed({index, alarm_id, temp, std::nullopt, current, current});
+        return;
+    }
+
     const std::int32_t mapped = sensor.alarm2intv[static_cast<std::size_t>(alarm_id)];
     trace_start(sensor, current, mapped);
     record.temp = temp;
-    std::int32_t next = mapped;
-    if (mapped >= 0) {
-        if (power_man::tracing())
-            qv_slogd("entered desc->alarm2intv[alarm_id] \n");
+    if (power_man::tracing())
+        qv_slogd(mapped >= 0 ? "entered desc->alarm2intv[alarm_id] \n" : "entered else\n");
+    if (mapped >= 0)
         record.alarm_id = alarm_id;
-    } else {
-        if (power_man::tracing())
-            qv_slogd("entered else\n");
-        const Ranges& ranges = external_supply != 0 ? sensor.range_ac : sensor.range_bat;
-        next = next_interval(sensor, ranges, current, temp);
-    }
+    const std::int32_t next =
+        power_man::next_interval(sensor, current, alarm_id, temp, external_supply != 0);
     record.intv = next;
     if (power_man::tracing())
         qv_slogd("Next interval: %i \n", next);
     run_actions(sensor, current, next);
+    observed({index, alarm_id, temp, external_supply, current, next});
 }
+
+namespace power_man {
+
+std::int32_t next_interval(const temp_sensor_desc_t& sensor, std::int32_t current, int alarm_id,
+                           int temp, bool supplied)
+{
+    const std::int32_t mapped = sensor.alarm2intv[static_cast<std::size_t>(alarm_id)];
+    if (mapped >= 0)
+        return mapped;
+    return by_temperature(sensor, supplied ? sensor.range_ac : sensor.range_bat, current, temp);
+}
+
+void set_evaluation_observer(EvaluationObserver now)
+{
+    observer = now;
+}
+
+} // namespace power_man
