@@ -39,22 +39,17 @@ void set_held(const Consumer& consumer, bool held)
 }
 
 constexpr std::array<Consumer, consumer_count> rows = {{
-    {.index = data_connections,
-     .name = "data connections",
-     .key = key::close_connections,
-     .event = ev_close_connections},
+    {.index = data_connections, .key = key::close_connections, .event = ev_close_connections},
     {.index = background_data,
-     .name = "background data",
      .key = key::limit_background,
      .event = ev_limit_background,
      .also = "rmcfg.sys.reduce_background_datarate"},
     {.index = extended_usb_port,
-     .name = "extended USB port",
      .key = key::usb_extended_held,
      .event = ev_usb_extended,
      .off = take_extended_usb,
      .on = return_extended_usb},
-    {.index = poe, .name = "PoE", .key = key::poe_held, .event = ev_poe},
+    {.index = poe, .key = key::poe_held, .event = ev_poe},
 }};
 static_assert(std::all_of(rows.begin(), rows.end(),
                           [](const Consumer& row) { return &row == &rows[row.index]; }),

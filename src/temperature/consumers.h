@@ -19,7 +19,6 @@ enum ConsumerIndex : std::size_t {
 
 struct Consumer {
     ConsumerIndex index;
-    const char* name;
     const char* key; // 1 while it is held off
     unsigned int event;
     const char* also = nullptr; // a second key with the value of the first
