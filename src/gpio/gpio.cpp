@@ -2,6 +2,7 @@
 #include "gpio/gpio.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -143,4 +144,19 @@ unsigned int Gpio::getGpioNumber() const
 int Gpio::getFd() const
 {
     return fd;
+}
+
+bool Gpio::isCurrent() const
+{
+    struct stat held {};
+    struct stat present {};
+    const power_man::DeviceFile file((filePath + "/value").c_str(), O_RDONLY);
+    return file.is_open() && fstat(fd, &held) == 0 && fstat(file.fd(), &present) == 0 &&
+           held.st_dev == present.st_dev && held.st_ino == present.st_ino;
+}
+
+bool Gpio::isGone() const
+{
+    char level = 0;
+    return pread(fd, &level, 1, 0) < 0 && errno == ENODEV;
 }

@@ -41,6 +41,10 @@ public:
     // -1 when the line is closed.
     virtual int getFd() const;
 
+    // False when the value file that is held open is not the one at its path any more: somebody
+    // else has taken the line away, or taken it away and made it again.
+    bool isCurrent() const;
+
     // The steps of the above. openGpioFile() does not close a descriptor that is held.
     void initialize(dir_t direction);
     void exportGpio();
@@ -51,6 +55,9 @@ public:
 protected:
     // The line's directory; empty while unknown.
     const std::string& directory() const { return filePath; }
+
+    // True when the kernel says that the open value file belongs to no line any more.
+    bool isGone() const;
 
 private:
     void closeValueFile();

@@ -2,7 +2,7 @@
 #include "gpio/interrupt_file.h"
 
 #include <array>
-#include <cstring>
+#include <cerrno>
 #include <string_view>
 
 #include "ap/log.h"
@@ -39,10 +39,8 @@ void InterruptFile::initialize(_fdloop_t* loop)
     Gpio::initialize(DIR_IN);
     triggerOnEdge(EDGE_FALLING);
     clear(); // a fresh value file shows a change: only later edges are to wake the loop
-    const int result = fdloop_fd_register_except(fdloop, getFd(), fdloopCallback, this);
-    if (result != 0)
-        qv_slog(3, "GPIO %u cannot be watched for edges: %s\n", getGpioNumber(),
-                std::strerror(-result));
+    error = -fdloop_fd_register_except(fdloop, getFd(), fdloopCallback, this);
+    watched = error == 0;
 }
 
 void InterruptFile::uninitialize()
@@ -50,6 +48,7 @@ void InterruptFile::uninitialize()
     if (fdloop == nullptr)
         return;
     fdloop_fd_unregister_except(fdloop, getFd());
+    watched = false;
     Gpio::uninitialize();
     fdloop = nullptr;
 }
@@ -68,12 +67,25 @@ void InterruptFile::clear()
     getValue();
 }
 
+void InterruptFile::endWatch()
+{
+    qv_slog(3, "GPIO %u was taken away by somebody else: it is not watched any more\n",
+            getGpioNumber());
+    fdloop_fd_unregister_except(fdloop, getFd());
+    watched = false;
+    error = ENODEV;
+}
+
 int InterruptFile::fdloopCallback(int fd, void* context)
 {
     auto* const line = static_cast<InterruptFile*>(context);
     if (fd != line->getFd())
         return 0;
     line->clear();
+    if (line->isGone()) {
+        line->endWatch();
+        return 0;
+    }
     if (line->handler != nullptr)
         line->handler->handleInterrupt(line->getGpioNumber());
     return 0;

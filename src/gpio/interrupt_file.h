@@ -35,12 +35,19 @@ public:
 
     // Opens the line and registers it with the loop, which must outlive this object. A null
     // loop and a second call are refused with a log line. Throws std::runtime_error when the
-    // line's value file cannot be opened; nothing is registered then.
+    // line's value file cannot be opened; nothing is registered then. What the loop says is left
+    // for the caller to look at: isWatched().
     using Gpio::initialize;
     void initialize(_fdloop_t* loop) override;
 
     void uninitialize() override;
     void triggerOnEdge(edge_t edge) const override;
+
+    // True while the loop watches the line; otherwise the errno of the attempt is below. The watch
+    // ends of itself, with a line in the log, when somebody else takes the line away: such a line
+    // would call for ever.
+    bool isWatched() const { return watched; }
+    int watchError() const { return error; }
 
     // Reads the line, which re-arms the kernel's notification.
     void clear();
@@ -49,6 +56,10 @@ public:
     static int fdloopCallback(int fd, void* context);
 
 private:
+    void endWatch();
+
     Handler* handler;
     _fdloop_t* fdloop;
+    bool watched = false;
+    int error = 0;
 };

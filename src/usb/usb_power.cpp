@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "usb/usb_power.h"
 
-#include <exception>
-#include <memory>
-
 #include "ap/config.h"
 #include "ap/log.h"
 #include "ap/output.h"
@@ -11,12 +8,9 @@
 #include "base/config_keys.h"
 #include "base/config_values.h"
 #include "base/terminal.h"
-#include "gpio/interrupt_file.h"
 #include "models/models.h"
-#include "usb/usb_fault_handler.h"
+#include "usb/over_current_watch.h"
 #include "usb/usb_pins.h"
-
-UsbFaultHandler* usb_fault_handler = nullptr;
 
 namespace {
 
@@ -26,33 +20,6 @@ constexpr const char* usb_capability = "ram.platform.capabilities.usb";
 
 constexpr unsigned int off_time_ms = 20;
 
-struct OverCurrentWatch {
-    explicit OverCurrentWatch(unsigned int gpio) : line(gpio, &handler) {}
-
-    UsbFaultHandler handler;
-    InterruptFile line;
-};
-
-// Watches that over-current line from now on, unless there is a handler already. Without the
-// line's value file USB stays on unwatched, and the next USB on tries again.
-void watch_over_current(unsigned int gpio)
-{
-    static bool reported = false;
-    if (usb_fault_handler != nullptr)
-        return;
-    auto watch = std::make_unique<OverCurrentWatch>(gpio);
-    try {
-        watch->line.initialize(main_fdloop);
-    } catch (const std::exception& failure) {
-        if (!reported)
-            qv_slog(3, "USB over-current on GPIO %u is not watched: %s\n", gpio, failure.what());
-        reported = true;
-        return;
-    }
-    // Lives as long as the process: the loop calls both until its end.
-    usb_fault_handler = &watch.release()->handler;
-}
-
 } // namespace
 
 void pwr_mgr_usb_power(int on, int extended)
@@ -61,7 +28,7 @@ void pwr_mgr_usb_power(int on, int extended)
         return;
     const int line = power_man::current_model()->usb.over_current_line;
     if (line != power_man::no_line)
-        watch_over_current(static_cast<unsigned int>(line));
+        power_man::watch_over_current(static_cast<unsigned int>(line));
 }
 
 void apply_usb_config(int cycle)

@@ -2,6 +2,7 @@
 // Over-currents on the emulated over-current line, in virtual time.
 #include "usb/usb_fault_handler.h"
 
+#include "gpio/gpio_pin.h"
 #include "support/terminal.h"
 #include "usb/usb_power.h"
 
@@ -102,6 +103,31 @@ TEST_F(UsbFault, LineThatIsMissingLeavesUsbOn)
     start();
     edge_at(1);
     EXPECT_NE(story().find("1 ms: raise USB short circuit\n"), std::string::npos);
+}
+
+// Its directory is made anew behind the daemon's back, and then cannot be watched: the next USB on
+// watches the new one, and says once what does not work.
+TEST_F(UsbFault, LineThatIsTakenAwayIsWatchedAgain)
+{
+    start();
+    power_man::unexport_pin("81");
+    power_man::export_pin("81");
+    story();
+    edge_at(2);
+    EXPECT_EQ(story(), "") << "the daemon holds a file that is none";
+    pwr_mgr_usb_power(1, 0);
+    terminal.story();
+    edge_at(3);
+    EXPECT_EQ(story(), "3 ms: raise USB short circuit\n");
+    run_to(3000);
+    power_man::unexport_pin("81");
+    fs::remove(terminal.path("/sys/class/gpio/export"));
+    story();
+    for (int i = 0; i < 3; ++i)
+        pwr_mgr_usb_power(1, 0);
+    EXPECT_EQ(
+        only(terminal.story(), {"log 3 USB"}),
+        "log 3 USB over-current on GPIO 81 is not watched: open: No such file or directory\n");
 }
 
 } // namespace
