@@ -7,12 +7,15 @@ title 'A qv1202B warms up'
 boot qv1202B
 
 reading 'A cold morning' $mainboard -26 'Low Temperature' <<'END'
+log 5 Radio Module: -26 C is below -25: Normal Operation -> Low Temperature
 END
 reading 'In use' $mainboard 40 'Normal Operation' <<'END'
+log 5 Radio Module: 40 C is above -20: Low Temperature -> Normal Operation
 END
 reading 'On the limit: still normal' $mainboard 70 'Normal Operation' <<'END'
 END
 reading 'Above it' $mainboard 71 'Reduced Performance' <<'END'
+log 5 Radio Module: 71 C is above 70: Normal Operation -> Reduced Performance; off: background data, extended USB port, PoE
 set ram.status.power_management.limit_background 1
 set rmcfg.sys.reduce_background_datarate 1
 raise EV_AP_HIGH_TEMP_LIMIT_BACKGROUND
@@ -32,15 +35,18 @@ END
 reading 'A little cooler: hysteresis' $mainboard 66 'Reduced Performance' <<'END'
 END
 reading 'Hotter' $mainboard 76 'Closing connections' <<'END'
+log 5 Radio Module: 76 C is above 75: Reduced Performance -> Closing connections; off: connections
 set ram.status.power_management.close_connections 1
 raise EV_AP_HIGH_TEMP_CLOSE_CONNECTIONS
 END
 reading 'Too hot: the PSU MCU is asked to reboot' $mainboard 81 'Power Off' <<'END'
+log 5 Radio Module: 81 C is above 80: Closing connections -> Power Off; terminal reboots
 set ram.status.power_management.power_off 1
 raise EV_AP_HIGH_TEMP_CLOSE_TERMINAL
 signal psumcu.powerctrl.reboot "0, Rebooting terminal due to high temperature"
 END
 reading 'Cool again: everything comes back' $mainboard 50 'Normal Operation' <<'END'
+log 5 Radio Module: 50 C is below 60: Power Off -> Normal Operation; back: connections, background data, extended USB port, PoE
 set ram.status.power_management.close_connections 0
 clear EV_AP_HIGH_TEMP_CLOSE_CONNECTIONS
 set ram.status.power_management.limit_background 0
@@ -123,6 +129,7 @@ file /dev/slic0.1 +=
 set ram.status.interfaces.phone.2.enabled 1
 END
 reading 'Hot: port 1 loses its power, the fan runs' $mainboard 73 'Reduced Performance' <<'END'
+log 5 Radio Module - Morvin BDU: 73 C is above 72: Normal Operation -> Reduced Performance; off: background data, PoE; fan full speed
 set ram.status.power_management.limit_background 1
 set rmcfg.sys.reduce_background_datarate 1
 raise EV_AP_HIGH_TEMP_LIMIT_BACKGROUND
@@ -133,6 +140,7 @@ signal psumcu.poe.signal.set.port.poe.enabled port 0 on
 signal psumcu.poe.signal.set.port.poe.enabled port 1 off
 END
 reading 'Cool again' $mainboard 60 'Normal Operation' <<'END'
+log 5 Radio Module - Morvin BDU: 60 C is below 67: Reduced Performance -> Normal Operation; back: background data, PoE; fan off
 set ram.status.power_management.limit_background 0
 set rmcfg.sys.reduce_background_datarate 0
 clear EV_AP_HIGH_TEMP_LIMIT_BACKGROUND
@@ -202,6 +210,7 @@ battery=ram.status.battery.1.temperature
 reading 'Warm, on external supply' $battery 60 'Normal Operation' <<'END'
 END
 reading 'Unplugged: the battery stands less' ram.status.psumcu.events.external_supply 0 'Power Off' <<'END'
+log 5 Battery: 60 C is above 58 (without external supply): Normal Operation -> Power Off; off: extended USB port, background data, connections; terminal reboots
 pin 53 low
 pin 54 high
 pin 55 high

@@ -2,7 +2,6 @@
 #include "temperature/consumers.h"
 
 #include <algorithm>
-#include <cstdint>
 
 #include "ap/config.h"
 #include "base/config_keys.h"
@@ -71,7 +70,22 @@ void take(ConsumerIndex index)
 void let_go(ConsumerIndex index)
 {
     if (--holds[index] <= 0)
-        set_held(consumers[index], false);
+        give_back(index);
+}
+
+const std::array<std::int32_t, consumer_count>& holders()
+{
+    return holds;
+}
+
+bool is_left_held(ConsumerIndex index)
+{
+    return holds[index] <= 0 && read_or_zero(consumers[index].key) != 0;
+}
+
+void give_back(ConsumerIndex index)
+{
+    set_held(consumers[index], false);
 }
 
 } // namespace power_man

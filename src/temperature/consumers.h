@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 
 namespace power_man {
 
@@ -30,5 +31,15 @@ extern const std::array<Consumer, consumer_count> consumers; // by their index
 
 void take(ConsumerIndex index);
 void let_go(ConsumerIndex index);
+
+// How many sensors hold each, by index.
+const std::array<std::int32_t, consumer_count>& holders();
+
+// True when the mark of a consumer says that it is held, and no sensor holds it: an earlier life
+// of the daemon did.
+bool is_left_held(ConsumerIndex index);
+
+// Gives a consumer back as the last sensor that lets go of it does.
+void give_back(ConsumerIndex index);
 
 } // namespace power_man

@@ -7,6 +7,7 @@
 #include "ap/log.h"
 #include "base/config_keys.h"
 #include "base/terminal.h"
+#include "temperature/crossing.h"
 #include "temperature/temp_desc.h"
 
 namespace {
@@ -134,6 +135,8 @@ void temp_action(int id, int alarm_id, int temp)
     record.intv = next;
     if (power_man::tracing())
         qv_slogd("Next interval: %i \n", next);
+    if (next != current)
+        power_man::log_crossing(index, current, next, external_supply != 0);
     run_actions(sensor, current, next);
     observed({index, alarm_id, temp, external_supply, current, next});
 }

@@ -46,16 +46,16 @@ lan.1.poe.enabled=1 =>
 )"},
     {"qv1202B",
      R"(ram.status.interfaces.lan.enabled=1 lan.0.poe.enabled=1 lan.1.poe.enabled=1 =>
-rmcfg.sys.mainboard.temperature=72 => limit_background=1 rmcfg.sys.reduce_background_datarate=1 +LIMIT_BACKGROUND 249=high 250=high 251=high 252=low 253=in 254=in 255=high usb.extended_host_interface=0 usb.extended.pwr_controlled=1 +USB_EXT lan.poe.pwr_controlled=1 +POE
+rmcfg.sys.mainboard.temperature=72 => log 5 Radio Module: 72 C is above 70: Normal Operation -> Reduced Performance; off: background data, extended USB port, PoE limit_background=1 rmcfg.sys.reduce_background_datarate=1 +LIMIT_BACKGROUND 249=high 250=high 251=high 252=low 253=in 254=in 255=high usb.extended_host_interface=0 usb.extended.pwr_controlled=1 +USB_EXT lan.poe.pwr_controlled=1 +POE
 ram.status.sw_update.settled=0 => poe=0 lan.0.poe.enabled=0 poe=0 lan.0.poe.enabled=0
-rmcfg.sys.mainboard.temperature=60 => limit_background=0 rmcfg.sys.reduce_background_datarate=0 -LIMIT_BACKGROUND 249=high 250=high 251=high 252=high 253=in 254=in 255=high usb.extended_host_interface=1 usb.extended.pwr_controlled=0 -USB_EXT lan.poe.pwr_controlled=0 -POE poe=1 lan.0.poe.enabled=1 poe=1 lan.0.poe.enabled=1
+rmcfg.sys.mainboard.temperature=60 => log 5 Radio Module: 60 C is below 65: Reduced Performance -> Normal Operation; back: background data, extended USB port, PoE limit_background=0 rmcfg.sys.reduce_background_datarate=0 -LIMIT_BACKGROUND 249=high 250=high 251=high 252=high 253=in 254=in 255=high usb.extended_host_interface=1 usb.extended.pwr_controlled=0 -USB_EXT lan.poe.pwr_controlled=0 -POE poe=1 lan.0.poe.enabled=1 poe=1 lan.0.poe.enabled=1
 )"},
     {"qv1608B",
      R"(ram.status.interfaces.lan.enabled=1 lan.0.poe.enabled=1 lan.1.poe.enabled=1 =>
 ram.status.sw_update.settled=0 => supply=on port0=on supply=on port1=on
 ram.status.psumcu.psu.poe.enable=1 =>
-rmcfg.sys.mainboard.temperature=73 => limit_background=1 rmcfg.sys.reduce_background_datarate=1 +LIMIT_BACKGROUND lan.poe.pwr_controlled=1 +POE ram.fan.set_speed=255 port0=on port1=off
-rmcfg.sys.mainboard.temperature=60 => limit_background=0 rmcfg.sys.reduce_background_datarate=0 -LIMIT_BACKGROUND lan.poe.pwr_controlled=0 -POE ram.fan.set_speed=0 port0=on port1=on
+rmcfg.sys.mainboard.temperature=73 => log 5 Radio Module - Morvin BDU: 73 C is above 72: Normal Operation -> Reduced Performance; off: background data, PoE; fan full speed limit_background=1 rmcfg.sys.reduce_background_datarate=1 +LIMIT_BACKGROUND lan.poe.pwr_controlled=1 +POE ram.fan.set_speed=255 port0=on port1=off
+rmcfg.sys.mainboard.temperature=60 => log 5 Radio Module - Morvin BDU: 60 C is below 67: Reduced Performance -> Normal Operation; back: background data, PoE; fan off limit_background=0 rmcfg.sys.reduce_background_datarate=0 -LIMIT_BACKGROUND lan.poe.pwr_controlled=0 -POE ram.fan.set_speed=0 port0=on port1=on
 ram.status.interfaces.lan.enabled=256 => port0=off supply=off port1=off supply=off
 ram.status.psumcu.psu.poe.enable=0 =>
 ram.status.interfaces.lan.enabled=1 => supply=on port0=on supply=on port1=on

@@ -24,6 +24,7 @@ std::string moved(Terminal& terminal, int sensor, int from, int value)
     };
     int entry = alarms ? 0 : -50;
     do {
+        terminal.story(); // the journal is short
         evaluate(alarms ? 0 : 20);
         evaluate(entry);
     } while (record(sensor).intv != from && ++entry <= 110);
