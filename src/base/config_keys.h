@@ -4,10 +4,13 @@
 
 namespace power_man::key {
 
+inline constexpr const char* platform_id = "ram.platform.id";
+
 inline constexpr const char* external_supply = "ram.status.psumcu.events.external_supply";
 inline constexpr const char* battery_status = "ram.status.battery.1.status";
 inline constexpr const char* battery_temperature = "ram.status.battery.1.temperature";
 inline constexpr const char* mainboard_temperature = "rmcfg.sys.mainboard.temperature";
+inline constexpr const char* platform_hpa_state = "rmcfg.platform.hpa.temperature_state";
 inline constexpr const char* hpa_temperature = "ram.status.hpa.temperature";
 inline constexpr const char* hpa_temperature_state = "ram.status.hpa.temperature_state";
 

@@ -2,23 +2,19 @@
 #include "base/terminal.h"
 
 #include "ap/config.h"
+#include "base/config_keys.h"
 
 qv_trace_group_t* tg_pwr_man = nullptr;
 _fdloop_t* main_fdloop = nullptr;
 _cbus_conn_t* cbus_conn = nullptr;
 char platform_id[16] = "";
 
-namespace {
-
-constexpr const char* platform_id_key = "ram.platform.id";
-
-} // namespace
-
 const char* pwr_mgr_get_platform_id()
 {
+    const char* const key = power_man::key::platform_id;
     if (platform_id[0] == '\0' &&
-        config_read_string(platform_id_key, platform_id, sizeof platform_id - 1) != 0) {
-        qv_slog(1, "Failed to read config: %s", platform_id_key);
+        config_read_string(key, platform_id, sizeof platform_id - 1) != 0) {
+        qv_slog(1, "Failed to read config: %s", key);
         platform_id[0] = '\0';
     }
     return platform_id;

@@ -36,9 +36,7 @@ int main()
         qv_panic("*** ASSERT in %s at %d\n", "pwr_mgr_main", missing_loop_line);
     pwr_mgr_init();
     open_console();
-    if (power_man::has_temp_copy())
-        fdloop_timer_add(main_fdloop, power_man::temp_copy_period_ms, platform_temp_copy_cb,
-                         nullptr);
+    power_man::start_temp_copy();
     fdloop_loop(main_fdloop);
     delete pwr_mgr_poe;
     delete pwr_mgr_phone;

@@ -13,6 +13,8 @@
 #include "base/config_keys.h"
 #include "base/terminal.h"
 #include "models/models.h"
+#include "temperature/protection.h"
+#include "temperature/readings.h"
 #include "temperature/temp_desc.h"
 #include "temperature/temp_level.h"
 
@@ -31,7 +33,7 @@ constexpr const char* subscribe_external_supply =
 // The state last: its write is what the amplifier's sensor follows.
 constexpr Copy amplifier_copies[] = {
     {"rmcfg.platform.hpa.temperature", key::hpa_temperature},
-    {"rmcfg.platform.hpa.temperature_state", key::hpa_temperature_state},
+    {key::platform_hpa_state, key::hpa_temperature_state},
 };
 
 int number_of(const Model& model, const Source& source)
@@ -70,7 +72,9 @@ void copy_readings(std::span<const Copy> copies)
 {
     for (const Copy& copy : copies) {
         std::int32_t value = 0;
-        if (config_read_int(copy.from, &value) == 0)
+        const bool present = config_read_int(copy.from, &value) == 0;
+        power_man::note_reading(copy.from, present);
+        if (present)
             config_write_int(copy.to, value);
     }
 }
@@ -82,14 +86,6 @@ const Source* find_source(const Model& model, const char* name)
             return &source;
     }
     return nullptr;
-}
-
-void report_unknown_model(std::string_view id)
-{
-    std::array<char, power_man::longest_platform_id + 1> shown{};
-    std::transform(id.begin(), id.end(), shown.begin(),
-                   [](char c) { return c < ' ' || c > '~' ? '?' : c; });
-    qv_slog(1, "No such model: %s; the terminal is NOT protected from heat\n", shown.data());
 }
 
 } // namespace
@@ -108,18 +104,16 @@ void select_temp_sensors()
     const std::string_view id = pwr_mgr_get_platform_id();
     const Model* const model = power_man::find_model(id);
     if (model == nullptr) {
-        if (!id.empty()) // that it cannot be read is logged already
-            report_unknown_model(id);
+        power_man::report_no_model(id);
+        power_man::begin_protection(nullptr);
         return;
     }
     if (model->subscription != nullptr)
         config_write_int(model->subscription, 1);
     for (const Source& source : model->sources)
         config_change_register(source.key, temperature_change_cb, nullptr);
-    for (const Source& source : model->sources) {
-        if (source.reading != Reading::supply)
-            evaluate_present(source.reading, number_of(*model, source), source.key);
-    }
+    power_man::evaluate_readings(*model);
+    power_man::begin_protection(model);
 }
 
 void temperature_change_cb(unsigned int nbr_of_rec, const config_data_t* data, void*)
@@ -147,16 +141,42 @@ int platform_temp_copy_cb(void*)
     copy_readings(amplifier_copies);
     if (const Model* const model = power_man::current_model(); model != nullptr)
         copy_readings(model->copies);
+    power_man::update_status();
     fdloop_timer_add(main_fdloop, power_man::temp_copy_period_ms, platform_temp_copy_cb, nullptr);
     return 0;
 }
 
 namespace power_man {
 
-bool has_temp_copy()
+void start_temp_copy()
 {
+    static bool started = false;
     const Model* const model = current_model();
-    return model != nullptr && has_amplifier(*model);
+    if (started || model == nullptr || !has_amplifier(*model))
+        return;
+    started = true;
+    fdloop_timer_add(main_fdloop, temp_copy_period_ms, platform_temp_copy_cb, nullptr);
+}
+
+void evaluate_readings(const Model& model)
+{
+    for (const Source& source : model.sources) {
+        if (source.reading != Reading::supply)
+            evaluate_present(source.reading, number_of(model, source), source.key);
+    }
+}
+
+void report_no_model(std::string_view id)
+{
+    constexpr const char* consequence = "the terminal is NOT protected from heat";
+    if (id.empty()) {
+        qv_slog(1, "No platform id in %s; %s\n", key::platform_id, consequence);
+        return;
+    }
+    std::array<char, longest_platform_id + 1> shown{};
+    std::transform(id.begin(), id.end(), shown.begin(),
+                   [](char c) { return c < ' ' || c > '~' ? '?' : c; });
+    qv_slog(1, "No such model: %s; %s\n", shown.data(), consequence);
 }
 
 } // namespace power_man

@@ -2,6 +2,8 @@
 // Where the terminal's temperatures come from.
 #pragma once
 
+#include <string_view>
+
 #include "ap/config.h"
 
 // Every sensor back to its initial interval and temperature.
@@ -9,7 +11,7 @@ void init_temp_mon_rec();
 
 // Follows the terminal's temperature keys and evaluates their present values once. Also asks
 // the PSU MCU to publish the external supply, which every evaluation needs. A platform id that
-// no model has is an alert.
+// no model has, and none at all, is an alert.
 void select_temp_sensors();
 
 // Evaluates changed temperatures, amplifier states and supply, in the order of the records.
@@ -21,9 +23,17 @@ int platform_temp_copy_cb(void* user);
 
 namespace power_man {
 
+struct Model;
+
 inline constexpr unsigned int temp_copy_period_ms = 5000;
 
-// True on the terminals with an amplifier, where the copying is needed.
-bool has_temp_copy();
+// Starts the copying on the terminals with an amplifier, where it is needed; once.
+void start_temp_copy();
+
+// Evaluates the present values of the model's readings, in the order of its sources.
+void evaluate_readings(const Model& model);
+
+// The alert about a platform id without a model, or about none at all.
+void report_no_model(std::string_view id);
 
 } // namespace power_man

@@ -41,15 +41,16 @@ const Model models[] = {
      "psumcu.events.subscribe.treshold.temperature.pwr_mgr=1 52=low 53=low "
      "usb.extended_host_interface=0 +USB_EXT +LIMIT_BACKGROUND 53=low 52=high "
      "usb.enabled=1 isdn.enabled=1 usb.extended_host_interface=1",
-     "READY=1 "},
+     "READY=1 STATUS=qv1101A limited since 2026-01-01 00:00 by Battery "},
     {"qv1202B",
      "+LIMIT_BACKGROUND +CLOSE_CONNECTIONS 252=high usb.enabled=1 "
      "usb.extended_host_interface=1 isdn.enabled=1 usb.extended_host_interface=1",
-     "READY=1 "},
+     "READY=1 STATUS=qv1202B limited since 2026-01-01 00:00 by HPA STATUS=protecting qv1202B "},
     {"qv1608B",
      "+LIMIT_BACKGROUND +CLOSE_CONNECTIONS 80=low 81=in usb.enabled=1 "
      "usb.extended_host_interface=1 isdn.enabled=1 usb.extended_host_interface=1",
-     "WATCHDOG_USEC=60000000 READY=1 WATCHDOG=1 "},
+     "WATCHDOG_USEC=60000000 READY=1 STATUS=qv1608B limited since 2026-01-01 00:00 by HPA - Morvin "
+     "ADU STATUS=protecting qv1608B WATCHDOG=1 "},
 };
 INSTANTIATE_TEST_SUITE_P(Models, Start, testing::ValuesIn(models), model_name);
 

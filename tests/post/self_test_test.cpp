@@ -123,7 +123,8 @@ TEST_F(SelfTest, FailsWhatIsMissingAndPassesWhenItIsMended)
     for (const auto& [path, content] : {files[2], files[3]})
         terminal.put(path, content);
     fs::rename(terminal.path("/gpio200"), terminal.path("/sys/class/gpio/gpio200"));
-    EXPECT_EQ(status_line(35) + " heat3", results(terminal.write(mainboard, 35)));
+    EXPECT_EQ(status_line(35) + " heat3(5 Radio Module - Morvin BDU: readings again after 0 s)",
+              results(terminal.write(mainboard, 35)));
     EXPECT_EQ(" isdn123 phone123 line123 switch123 usb123 heat123", ready(terminal));
 }
 

@@ -16,6 +16,7 @@ Terminal::Terminal(const char* platform)
         throw std::runtime_error(std::string("no board ") + platform);
     setenv("AP_BOARD_ROOT", root.c_str(), 1);
     setenv("AP_DATABASE_SEED", (root + "/seed").c_str(), 1);
+    setenv("TZ", "UTC", 1);
     setenv("AP_LOG_LEVEL", "0", 1); // the journal has the log
     host::instance().clock.make_virtual();
     pwr_mgr_poe = new PwrMgrPoe;
@@ -35,9 +36,7 @@ std::string Terminal::start()
 {
     story();
     pwr_mgr_init();
-    if (power_man::has_temp_copy())
-        fdloop_timer_add(main_fdloop, power_man::temp_copy_period_ms, platform_temp_copy_cb,
-                         nullptr);
+    power_man::start_temp_copy();
     return run(0);
 }
 

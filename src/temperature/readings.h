@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: MIT
+// Which of the readings that a model needs are there. What is lost is one line in the log at
+// level 4, what comes back one at level 5; nothing is said while it lasts.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "models/model.h"
+
+namespace power_man {
+
+// From now on the model's sources, what an amplifier's state is copied from, and the external
+// supply. What has no value yet is waited for in silence until report_missing_readings().
+void begin_readings(const Model& model);
+
+// A value has come to a key, or is there no more (or is no integer). Other keys than the above
+// are ignored. True when the value was not there before.
+bool note_reading(const char* key, bool present);
+
+// To be called once, when the start is over: what is not there by now counts as lost.
+void report_missing_readings();
+
+// Since when the key has no reading, in seconds since 1970; nothing while it has one.
+std::optional<std::int32_t> no_reading_since(const char* key);
+
+// The sensor of the model that is without a reading; null when all have one.
+const Sensor* sensor_without_reading();
+
+} // namespace power_man
