@@ -9,8 +9,8 @@
 #include "base/terminal.h"
 #include "core/config_defaults.h"
 #include "core/config_dispatch.h"
+#include "core/late_model.h"
 #include "event_handler/event_client.h"
-#include "models/models.h"
 #include "post/self_test.h"
 #include "temperature/temp_events.h"
 #include "temperature/temp_sensors.h"
@@ -44,9 +44,7 @@ void connect()
 void start_supervision()
 {
     appmgr_alive_fdloop_register(main_fdloop);
-    const power_man::Model* const model = power_man::current_model();
-    if (model != nullptr && model->dead_time_ms != 0)
-        appmgr_set_dead_time(model->dead_time_ms);
+    power_man::set_dead_time();
     appmgr_signal();
 }
 
@@ -78,6 +76,7 @@ void pwr_mgr_init()
     post_api.init(cbus_conn);
     power_man::set_self_test_context({&post_api, pwr_mgr_phone, pwr_mgr_config_changed_cb});
     post_api.registerPostReadyCB(bite_ready_cb, nullptr);
+    power_man::follow_platform_id();
 }
 
 void pwr_mgr_register_to_config_changes()

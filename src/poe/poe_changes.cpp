@@ -43,6 +43,7 @@ void PwrMgrPoe::registerConfigChanges()
 void PwrMgrPoe::applyInitialConfig()
 {
     qv_slog(7, "PwrMgrPoe::applyInitialConfig()");
+    applied = true;
     readStatus();
     if (configured()) {
         // All settings first: the supply of one port depends on those of the others.
@@ -58,6 +59,14 @@ void PwrMgrPoe::applyInitialConfig()
     // What was written after its reading and before its registration is reported to nobody.
     if (catchUp())
         setPowerForAllPoePorts();
+}
+
+void PwrMgrPoe::switchAgain()
+{
+    if (!applied || !configured())
+        return;
+    readStatus(); // heat may have taken PoE just now
+    setPowerForAllPoePorts();
 }
 
 void PwrMgrPoe::cfgSwUpdateSettled(unsigned int count, const config_data_t* entries)

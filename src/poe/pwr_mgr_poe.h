@@ -68,6 +68,10 @@ public:
 
     // Fills the mirror from the database, switches every port and follows the settings.
     void applyInitialConfig();
+
+    // Switches every port as the terminal's model does it, if that has been done before: the model
+    // has become known since.
+    void switchAgain();
     void registerConfigChangesBeforePrimPsuSwUpdate();
     void registerConfigChanges();
 
@@ -104,5 +108,6 @@ private:
     std::unique_ptr<std::vector<bool>> portEnabled; // null, or `numPorts` bits
     std::unique_ptr<std::vector<bool>> poeEnabled;  // null, or `numPorts` bits
     bool pwrControlled = false;                     // held off because of heat
+    bool applied = false;                           // the settings have been, once at least
     _cbus_conn_t* cbusConn = nullptr;
 };

@@ -170,7 +170,7 @@ void report_no_model(std::string_view id)
 {
     constexpr const char* consequence = "the terminal is NOT protected from heat";
     if (id.empty()) {
-        qv_slog(1, "No platform id in %s; %s\n", key::platform_id, consequence);
+        qv_slog(1, "No platform id can be read from %s; %s\n", key::platform_id, consequence);
         return;
     }
     std::array<char, longest_platform_id + 1> shown{};
