@@ -12,6 +12,11 @@ int shell_command_add_sorted(const shell_command_t* command)
     return host::add_command(command);
 }
 
+int shell_command_complete(const char* name, shell_completer completer)
+{
+    return host::complete_command(name, completer);
+}
+
 int fdloop_shell_init(_fdloop_t* loop, const char* name)
 {
     return loop == nullptr || name == nullptr ? -EINVAL

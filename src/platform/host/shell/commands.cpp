@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <string>
+#include <utility>
 
 namespace host {
 namespace {
@@ -12,6 +14,12 @@ std::vector<const shell_command_t*>& added_commands()
 {
     static std::vector<const shell_command_t*> commands;
     return commands;
+}
+
+std::vector<std::pair<std::string_view, shell_completer>>& completers()
+{
+    static std::vector<std::pair<std::string_view, shell_completer>> list;
+    return list;
 }
 
 Command of(const OwnCommand& command)
@@ -35,6 +43,29 @@ int add_command(const shell_command_t* command)
         return -EEXIST;
     added_commands().push_back(command);
     return 0;
+}
+
+int complete_command(const char* name, shell_completer completer)
+{
+    if (name == nullptr || completer == nullptr)
+        return -EINVAL;
+    const std::optional<Command> command = find_command(name);
+    if (!command || command->added == nullptr)
+        return -ENOENT;
+    completers().emplace_back(name, completer);
+    return 0;
+}
+
+void complete_added(std::string_view command, std::string_view before,
+                    std::vector<std::string>& candidates)
+{
+    const auto offer = [](void* list, const char* word) {
+        static_cast<std::vector<std::string>*>(list)->emplace_back(word);
+    };
+    for (const auto& [name, completer] : completers()) {
+        if (name == command)
+            completer(std::string(before).c_str(), offer, &candidates);
+    }
 }
 
 std::vector<Command> all_commands()

@@ -32,6 +32,13 @@ struct Command {
 // As shell_command_add_sorted().
 int add_command(const shell_command_t* command);
 
+// As shell_command_complete().
+int complete_command(const char* name, shell_completer completer);
+
+// Completion of an added command's arguments.
+void complete_added(std::string_view command, std::string_view before,
+                    std::vector<std::string>& candidates);
+
 // All of them, in order; the one of that name.
 std::vector<Command> all_commands();
 std::optional<Command> find_command(std::string_view name);

@@ -71,6 +71,8 @@ void qv_cshell::complete(std::string_view before, std::string_view word,
 {
     before.remove_prefix(std::min(before.find_first_not_of(' '), before.size()));
     const std::string_view command = before.substr(0, before.find(' '));
+    std::string_view arguments = before.substr(command.size());
+    arguments.remove_prefix(std::min(arguments.find_first_not_of(' '), arguments.size()));
     if (command == "config") {
         host::complete_config(*this, before.substr(command.size()), word, candidates);
     } else if (command == "journal") {
@@ -83,6 +85,8 @@ void qv_cshell::complete(std::string_view before, std::string_view word,
             if (candidate.name.starts_with(word))
                 candidates.emplace_back(candidate.name);
         }
+    } else {
+        host::complete_added(command, arguments, candidates);
     }
 }
 

@@ -41,6 +41,18 @@ typedef struct shell_command {
  * called before main(). 0, or -EEXIST. */
 int shell_command_add_sorted(const shell_command_t* command);
 
+/*
+ * Offers the words that may follow `before`: the words of the line behind the command's name that
+ * are complete, with their blanks; empty behind the name itself. `offer` takes each word with
+ * `list`, and copies it; the shell shows those that begin with what is being typed.
+ */
+typedef void (*shell_offer)(void* list, const char* word);
+typedef void (*shell_completer)(const char* before, shell_offer offer, void* list);
+
+/* Completes the arguments of a command that was added. `name` must live as long as the process. An
+ * implementation without completion does nothing here. 0, or -ENOENT. */
+int shell_command_complete(const char* name, shell_completer completer);
+
 /* Puts a shell with the given name (its prompt) onto the process's terminal. `exit` and ^D end
  * the loop, ^C drops the line. 0, or a negative errno. */
 int fdloop_shell_init(_fdloop_t* loop, const char* name);
