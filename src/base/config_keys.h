@@ -14,6 +14,7 @@ inline constexpr const char* platform_hpa_state = "rmcfg.platform.hpa.temperatur
 inline constexpr const char* hpa_temperature = "ram.status.hpa.temperature";
 inline constexpr const char* hpa_temperature_state = "ram.status.hpa.temperature_state";
 
+inline constexpr const char* usb_capability = "ram.platform.capabilities.usb";
 inline constexpr const char* usb_enabled = "cfg.interfaces.usb.enabled";
 inline constexpr const char* usb_extended = "cfg.interfaces.usb.extended_host_interface";
 inline constexpr const char* usb_status = "ram.status.interfaces.usb.enabled";

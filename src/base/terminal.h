@@ -17,7 +17,8 @@ extern _fdloop_t* main_fdloop;
 // Set by pwr_mgr_init(), null before.
 extern _cbus_conn_t* cbus_conn;
 
-// What the function below has read; empty before. To be read through it only.
+// What the function below has read; empty before, and when it has failed. To be read through it,
+// but by whoever must not cause a line in the log.
 extern char platform_id[16];
 
 namespace power_man {

@@ -60,6 +60,10 @@ public:
 
     void phoneEnabledChanged(std::uint32_t port, const std::int32_t* value);
 
+    // What there is: ports from 1 to portCount(), each with its SLIC's device file.
+    std::uint32_t portCount() const { return numPorts; }
+    const std::string& device(std::uint32_t port) const { return slicDevices[port - 1]; }
+
     // Change handler, and the form that the database calls (`user` is the manager).
     void cfgPhoneChanged(unsigned int count, const config_data_t* entries);
     static void cfgPhoneChanged(unsigned int count, const config_data_t* entries, void* user);

@@ -18,7 +18,6 @@ namespace {
 
 using power_man::PoeSwitching;
 
-constexpr const char* supply_status_key = "ram.status.psumcu.psu.poe.enable";
 constexpr const char* supply_signal = "psumcu.poe.signal.set.poe.psu.enabled";
 constexpr const char* port_signal = "psumcu.poe.signal.set.port.poe.enabled";
 
@@ -125,8 +124,8 @@ void PwrMgrPoe::applyThroughPsuMcu(std::uint32_t port, bool wanted)
 void PwrMgrPoe::setPoePsu(bool on)
 {
     std::int32_t present = 1;
-    if (config_read_int(supply_status_key, &present) != 0) {
-        qv_slog(7, "\n%s not defined. POE PSU is not controlled.\n", supply_status_key);
+    if (config_read_int(SUPPLY_STATUS, &present) != 0) {
+        qv_slog(7, "\n%s not defined. POE PSU is not controlled.\n", SUPPLY_STATUS);
         present = on ? 0 : 1;
     }
     if ((present != 0) == on)

@@ -30,6 +30,7 @@ public:
     static constexpr const char* RAM_STATUS_PWR_MGR_LAN_POE = power_man::key::poe_held;
     static constexpr const char* RAM_STATUS_LAN = "ram.status.interfaces.lan.enabled";
     static constexpr const char* RAM_STATUS_POE = "ram.status.interfaces.lan.0.poe.enabled";
+    static constexpr const char* SUPPLY_STATUS = "ram.status.psumcu.psu.poe.enable";
     static constexpr const char* V820_SYSFS_POE = "/sys/devices/platform/fpga.0/control/poe";
 
     // More ports than any terminal has. A larger capability is a damaged one: an error, and PoE
@@ -75,6 +76,20 @@ public:
     void registerConfigChangesBeforePrimPsuSwUpdate();
     void registerConfigChanges();
 
+    // What the mirror has: for whoever explains what is switched. A port is below portCount(), which
+    // is 0 while PoE is not configured.
+    struct PortView {
+        bool lan;
+        bool port;
+        bool poe;
+    };
+    std::uint32_t portCount() const { return configured() ? numPorts : 0; }
+    PortView view(std::uint32_t port) const
+    {
+        return {lanEnabled, (*portEnabled)[port], (*poeEnabled)[port]};
+    }
+    bool isApplied() const { return applied; } // the software update has settled
+
     // Change handlers, each with the form that the database calls (`user` is the manager).
     // Entries without a value are skipped.
     void cfgSwUpdateSettled(unsigned int count, const config_data_t* entries);
@@ -104,6 +119,7 @@ private:
     void portSettingChanged(const char* key, std::int32_t value);
 
     std::uint32_t numPorts = 0;
+    bool applied = false;
     bool lanEnabled = false;
     std::unique_ptr<std::vector<bool>> portEnabled; // null, or `numPorts` bits
     std::unique_ptr<std::vector<bool>> poeEnabled;  // null, or `numPorts` bits

@@ -16,6 +16,7 @@
 #include "gpio/gpio_pin.h"
 #include "models/models.h"
 #include "poe/pwr_mgr_poe.h"
+#include "usb/isdn_power.h"
 
 namespace {
 
@@ -28,8 +29,6 @@ constexpr unsigned int module = 0x40000000;
 constexpr unsigned int module_id = 0x00100000;
 
 constexpr unsigned int temperature_test = 0x4013840C;
-
-constexpr const char* isdn_power_path = "/sys/devices/platform/fpga.0/control/isdnpwr";
 
 power_man::SelfTestContext self_test_context{};
 
@@ -49,7 +48,7 @@ Outcome passed_if(bool good)
 
 Outcome test_isdn_power()
 {
-    return passed_if(DeviceFile(isdn_power_path, O_RDWR).is_open());
+    return passed_if(DeviceFile(power_man::isdn_control_file, O_RDWR).is_open());
 }
 
 // The phone manager starts and reports this test itself.

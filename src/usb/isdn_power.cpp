@@ -8,18 +8,14 @@
 #include "base/config_keys.h"
 #include "base/device_file.h"
 
-namespace {
-
-constexpr const char* control_file = "/sys/devices/platform/fpga.0/control/isdnpwr";
-
-} // namespace
+using power_man::isdn_control_file;
 
 void set_isdn_power(int enabled)
 {
-    power_man::DeviceFile file(control_file, O_RDWR);
+    power_man::DeviceFile file(isdn_control_file, O_RDWR);
     if (!file.is_open()) {
         // The log calls ISDN a phone interface as well.
-        qv_slog(4, "Failed to open phone interface %s", control_file);
+        qv_slog(4, "Failed to open phone interface %s", isdn_control_file);
         return;
     }
     if (file.write(enabled != 0 ? "1" : "0"))

@@ -22,6 +22,9 @@ class UsbFaultHandler : public IInterruptFile::Handler {
 public:
     void handleInterrupt(unsigned int gpioNumber) override;
 
+    // From the first edge until the line has been quiet.
+    bool in_fault() const { return faultState != idle; }
+
     // What the loop's timer calls; `context` is the UsbFaultHandler.
     static int fdLoopTimeoutHandler(void* context);
 

@@ -16,8 +16,6 @@ namespace {
 
 namespace key = power_man::key;
 
-constexpr const char* usb_capability = "ram.platform.capabilities.usb";
-
 constexpr unsigned int off_time_ms = 20;
 
 } // namespace
@@ -33,7 +31,7 @@ void pwr_mgr_usb_power(int on, int extended)
 
 void apply_usb_config(int cycle)
 {
-    if (power_man::read_or_zero(usb_capability) == 0)
+    if (power_man::read_or_zero(key::usb_capability) == 0)
         return;
     const int enabled = power_man::read_or_zero(key::usb_enabled);
     if (cycle == 1) {
