@@ -11,6 +11,7 @@
 #include "core/config_dispatch.h"
 #include "core/late_model.h"
 #include "event_handler/event_client.h"
+#include "insight/insight.h"
 #include "post/self_test.h"
 #include "temperature/temp_events.h"
 #include "temperature/temp_sensors.h"
@@ -70,6 +71,7 @@ void pwr_mgr_init()
     pwr_man_create_config_default();
     pwr_mgr_register_to_config_changes();
     init_temp_mon_rec();
+    power_man::insight::start({pwr_mgr_poe, pwr_mgr_phone});
     select_temp_sensors();
     pwr_mgr_apply_initial_config();
     post_api = CBitePostApi();

@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: MIT
+#include <algorithm>
+
+#include "insight/causes.h"
+#include "insight/text.h"
+#include "insight/wording.h"
+
+namespace power_man::insight {
+namespace {
+
+struct Holder {
+    const SensorState* sensor;
+    std::int32_t lower; // the boundary over which it took it
+    const Crossings* crossing;
+};
+
+std::vector<Holder> holders_of(const State& state, Effect effect)
+{
+    std::vector<Holder> holders;
+    for (const SensorState& sensor : state.sensors) {
+        const auto boundary = begun_at(*sensor.sensor, sensor.interval, effect);
+        if (boundary && sensor.memory != nullptr)
+            holders.push_back(
+                {&sensor, boundary->lower,
+                 &sensor.memory->boundaries[static_cast<std::size_t>(boundary->lower)]});
+    }
+    std::stable_sort(holders.begin(), holders.end(), [](const Holder& a, const Holder& b) {
+        return a.crossing->at < b.crossing->at;
+    });
+    return holders;
+}
+
+Cause heat(const State& state, const std::vector<Holder>& holders, Moment since)
+{
+    Cause cause{"by heat since " + time_text(since), {}};
+    std::vector<std::string> returns;
+    for (const Holder& holder : holders) {
+        if (holder.crossing->at != since)
+            cause.why += ", and since " + time_text(holder.crossing->at);
+        cause.why += ", when " + crossing_text(*holder.sensor, holder.lower, *holder.crossing,
+                                               with_article(*holder.sensor));
+        returns.push_back(return_text(*holder.sensor, holder.lower, state.supply.value_or(1) != 0));
+    }
+    cause.until = "It returns when " + joined(returns, " and ") + ".";
+    return cause;
+}
+
+std::vector<Explanation> held_only(const State& state, Effect effect, const char* subject)
+{
+    const EffectRow& row = effects[static_cast<std::size_t>(effect)];
+    Explanation thing{subject, row.ended, row.begun, {}};
+    add_heat(thing.causes, state, effect);
+    return {thing};
+}
+
+} // namespace
+
+void add_heat(std::vector<Cause>& causes, const State& state, Effect effect)
+{
+    const auto found =
+        std::find_if(state.effects.begin(), state.effects.end(),
+                     [effect](const EffectState& other) { return other.effect == effect; });
+    if (found == state.effects.end())
+        return;
+    const std::vector<Holder> holders = holders_of(state, effect);
+    if (!holders.empty())
+        causes.push_back(heat(state, holders, found->since.value_or(holders.front().crossing->at)));
+    else
+        causes.push_back({printed("since before the daemon started: it stands so in %s",
+                                  consumers[static_cast<std::size_t>(effect)].key),
+                          "It returns when every sensor has been read, unless one holds it then."});
+}
+
+bool add_setting(std::vector<Cause>& causes, const std::string& key, bool missing_is_on)
+{
+    const auto value = read_key(key.c_str());
+    if (value ? *value != 0 : missing_is_on)
+        return false;
+    causes.push_back(
+        {printed("by the user's setting: %s is %s", key.c_str(), value ? "0" : "missing"), {}});
+    return true;
+}
+
+std::vector<Explanation> explain_background(const Inquiry& inquiry, Port)
+{
+    return held_only(inquiry.state, Effect::limit_background, "Background data is");
+}
+
+std::vector<Explanation> explain_connections(const Inquiry& inquiry, Port)
+{
+    return held_only(inquiry.state, Effect::close_connections, "Data connections are");
+}
+
+} // namespace power_man::insight
