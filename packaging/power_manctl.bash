@@ -17,7 +17,8 @@ _power_manctl_commands() {
     while read -r name rest; do
         case $name in exit | result) ;; *) names+=("$name") ;; esac
     done < <(_power_manctl_ask help)
-    [ ${#names[@]} -gt 0 ] || names=(bus config help journal loop status temp_status trace)
+    [ ${#names[@]} -gt 0 ] || names=(bus config help history journal loop status temp_status
+        thresholds trace whatif why)
     _power_manctl_offer "${names[@]}"
 }
 
@@ -44,6 +45,16 @@ _power_manctl_config() {
     esac
 }
 
+# The first word behind a command that has no keys.
+_power_manctl_argument() {
+    local sensors=(mainboard hpa battery)
+    case $1 in
+    status) _power_manctl_offer --json --openmetrics ;;
+    thresholds | whatif | history) _power_manctl_offer "${sensors[@]}" ;;
+    why) _power_manctl_offer usb extended poe phone isdn background connections "${sensors[@]}" ;;
+    esac
+}
+
 _power_manctl() {
     local current=${COMP_WORDS[COMP_CWORD]} word at=1 ask=("$1" --timeout 1)
     COMPREPLY=()
@@ -67,6 +78,10 @@ _power_manctl() {
         _power_manctl_commands
     elif [ "$word" = config ]; then
         _power_manctl_config "$at" "${COMP_WORDS[COMP_CWORD - at + 1]}"
+    elif [ "$at" -eq 1 ]; then
+        _power_manctl_argument "$word"
+    elif [ "$word" = history ]; then
+        _power_manctl_offer 30m 2h 6h 24h --csv
     fi
 }
 

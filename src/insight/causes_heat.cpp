@@ -66,9 +66,10 @@ void add_heat(std::vector<Cause>& causes, const State& state, Effect effect)
     if (!holders.empty())
         causes.push_back(heat(state, holders, found->since.value_or(holders.front().crossing->at)));
     else
-        causes.push_back({printed("since before the daemon started: it stands so in %s",
+        causes.push_back({printed("by a mark from before the daemon started (%s is 1), though no "
+                                  "sensor holds it",
                                   consumers[static_cast<std::size_t>(effect)].key),
-                          "It returns when every sensor has been read, unless one holds it then."});
+                          {}});
 }
 
 bool add_setting(std::vector<Cause>& causes, const std::string& key, bool missing_is_on)

@@ -107,13 +107,17 @@ const Model* present_model()
     return find_model(platform_id);
 }
 
+std::string unknown_model_text()
+{
+    return platform_id[0] == '\0' ? "there is no platform id"
+                                  : "no model has the platform id " + printable(platform_id);
+}
+
 State present_state()
 {
     State state{present_model(), read_key(key::external_supply), {}, {}, {}};
     if (state.model == nullptr) {
-        state.unprotected.push_back(platform_id[0] == '\0'
-                                        ? "there is no platform id"
-                                        : printed("no model has the platform id %s", platform_id));
+        state.unprotected.push_back(unknown_model_text());
     } else {
         for (std::size_t i = 0; i < state.model->sensors.size(); ++i)
             state.sensors.push_back(sensor_state(*state.model, i));

@@ -61,6 +61,9 @@ State present_state();
 // current_model() it logs nothing.
 const Model* present_model();
 
+// Why there is none.
+std::string unknown_model_text();
+
 std::optional<std::int32_t> read_key(const char* key);
 
 // An interval beyond the last one goes by "beyond" and its name.

@@ -86,12 +86,19 @@ std::string quoted(std::string_view text)
 {
     std::string result = "\"";
     for (const char c : text) {
-        if (static_cast<unsigned char>(c) < ' ')
-            print_to(result, "\\u%04x", static_cast<unsigned int>(c));
-        else
-            (c == '"' || c == '\\' ? result += '\\' : result) += c;
+        if (c == '"' || c == '\\')
+            result += '\\';
+        result += c;
     }
     return result + '"';
+}
+
+std::string printable(std::string_view text)
+{
+    std::string result(text);
+    std::replace_if(
+        result.begin(), result.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
+    return result;
 }
 
 std::size_t count_words(std::string_view text)

@@ -19,9 +19,11 @@ std::string joined(const std::vector<std::string>& words, const char* last = ", 
 // of a line. Each line begins with `indent`.
 std::string table(const std::vector<std::vector<std::string>>& lines, std::string_view indent = "");
 
-// In quotes, for JSON; also as the value of a label in OpenMetrics, for texts without control
-// characters.
+// In quotes, for JSON and as the value of a label in OpenMetrics. `text` is printable ASCII.
 std::string quoted(std::string_view text);
+
+// With '?' for all that is no printable ASCII.
+std::string printable(std::string_view text);
 
 // Between blanks.
 std::size_t count_words(std::string_view text);

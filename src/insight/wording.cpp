@@ -3,7 +3,6 @@
 
 #include "ap/output.h"
 #include "ap/shell.h"
-#include "base/terminal.h"
 #include "insight/text.h"
 #include "insight/thresholds.h"
 
@@ -53,10 +52,7 @@ std::string return_text(const SensorState& sensor, std::int32_t lower, bool supp
 
 int refuse_without_model()
 {
-    if (platform_id[0] == '\0')
-        qv_puts("There is no platform id, so there are no sensors\n");
-    else
-        qv_printf("No model has the platform id %s, so there are no sensors\n", platform_id);
+    qv_printf("No sensors: %s\n", unknown_model_text().c_str());
     return SHELL_FAILED;
 }
 

@@ -2,6 +2,7 @@
 """The console's client, with a daemon and with servers that go wrong:
 ctl_test.py POWER_MAN POWER_MANCTL"""
 import fcntl
+import json
 import os
 import pathlib
 import pty
@@ -16,6 +17,8 @@ import termios
 import threading
 import time
 import unittest
+
+import openmetrics
 
 DAEMON, CLIENT = (os.path.abspath(program) for program in sys.argv[1:3])
 ROOT = pathlib.Path(__file__).resolve().parents[2]
@@ -117,6 +120,29 @@ class WithDaemon(unittest.TestCase):
                          (2, "", f"127.0.0.1, port {self.port}: cannot connect: Connection "
                                  "refused; is power_man running?\n"))
 
+    def test_status_for_programs(self):
+        supply = "ram.status.psumcu.events.external_supply"
+        battery = "ram.status.battery.1.temperature"
+        seen = []
+        for words in ((battery, "40"), (battery, "66"), (supply, "mains")):
+            ctl(self.port, "config", "set", *words)
+            code, text, _ = ctl(self.port, "status", "--json")
+            status = json.loads(text)
+            sensor, = status["sensors"]
+            self.assertEqual(code, {"normal": 0, "limited": 1, "not protected": 3}[
+                status["condition"]])
+            self.assertLess(abs(time.time() - sensor["read_at"]), 60)
+            metrics = openmetrics.read(ctl(self.port, "status", "--openmetrics")[1])
+            self.assertEqual(metrics["power_man_temperature_celsius", "Battery"],
+                             sensor["temperature"])
+            seen.append((status["condition"], [held["name"] for held in status["in_force"]],
+                         metrics["power_man_protected",], metrics["power_man_crossings_total",
+                         "Battery", "Normal Operation", "up"],
+                         metrics["power_man_hold", "background data", "Battery"]))
+        held = ["background data", "extended USB port"]
+        self.assertEqual(seen, [("normal", [], 1, 0, 0), ("limited", held, 1, 1, 1),
+                                ("not protected", held, 0, 1, 1)])
+
     def test_each_line_of_the_input(self):
         keys = "".join(f"config set many.{i:04} {'v' * 200}\n" for i in range(2000))
         self.assertEqual(ctl(self.port, text=keys), (0, "", ""))
@@ -175,12 +201,15 @@ class WithDaemon(unittest.TestCase):
                 echo "${COMPREPLY[*]}"
             done"""
         for port, answers in ((self.port, {
-                "p te.": "temp_status", "p -- t.": "temp_status trace", "p help co.": "config",
+                "p te.": "temp_status", "p -- t.": "temp_status thresholds trace",
+                "p help co.": "config",
                 "p config .": "get set del list watch", "p config get a..": "a.b. a.e",
                 "p config get a.b..": "a.b.c a.b.d", "p config set a.e 1 a.e.": "a.e",
                 "p config set a.e a.": "", "p config get a.b a.": "", "p nothing .": "",
+                "p why p.": "poe phone", "p history hpa 2.": "2h 24h",
                 f"p --host 127.0.0.1 --port = {self.port} lo.": "loop", "p --ti.": "--timeout"}),
-                              (1, {"p .": "bus config help journal loop status temp_status trace"})):
+                              (1, {"p .": "bus config help history journal loop status "
+                                       "temp_status thresholds trace whatif why"})):
             done = subprocess.run(
                 ["bash", "-c", script, "bash", ROOT / "packaging/power_manctl.bash", CLIENT],
                 input="\n".join(answers) + "\n", text=True, capture_output=True, timeout=30,

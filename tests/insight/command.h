@@ -29,5 +29,7 @@ inline std::string command(const std::string& line)
     const int result = found->added->handler(static_cast<int>(words.size()), arguments.data());
     std::string text = testing::internal::GetCapturedStdout();
     std::erase(text, '\r');
+    if (text.empty())
+        text = "\n";
     return result == SHELL_OK ? text : "(" + std::to_string(result) + ")" + text;
 }
