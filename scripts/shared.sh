@@ -19,7 +19,6 @@ unixsocketperm 700
 dir "$work/server"
 save ""
 hz 1
-notify-keyspace-events KA
 END
     server_pid=$!
     local try
@@ -34,7 +33,7 @@ END
 start_monitor() {
     redis-cli -s "$work/database.sock" MONITOR >"$work/monitor" 2>/dev/null &
     monitor_pid=$!
-    until grep -q OK "$work/monitor"; do sleep 0.02; done
+    until grep -qs OK "$work/monitor"; do sleep 0.02; done
     shown=0
 }
 

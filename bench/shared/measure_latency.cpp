@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // How long another process waits for the daemon's reaction to a hot reading, beside the floor:
-// a bare client that gets the same notification, does the same GET and writes one file.
+// a bare client that is told of the same change, does the same GET and writes one file.
 //
 //   measure_latency SOCKET BOARD [ROUNDS]
 //
@@ -27,8 +27,6 @@ namespace {
 constexpr int patience_ms = 2000;
 constexpr const char* reading = "rmcfg.sys.mainboard.temperature";
 constexpr const char* warm_status = "ram.status.power_management.lan.poe.pwr_controlled";
-constexpr int pin_reads = 2; // what the daemon's code reads on the way: the supply, USB's state
-constexpr int signal_reads = 1;
 constexpr const char* hot_status = "ram.status.power_management.close_connections";
 
 using Clock = std::chrono::steady_clock;
@@ -70,7 +68,9 @@ std::string ask(redisContext* context, const char* format, Values... values)
     redisContext* const events = connect(socket);
     redisContext* const commands = connect(socket);
     std::FILE* const output = std::fopen(file.c_str(), "w");
-    ask(events, "SUBSCRIBE __keyspace@0__:floor.reading");
+    auto* const id = static_cast<redisReply*>(redisCommand(events, "CLIENT ID"));
+    ask(commands, "CLIENT TRACKING ON REDIRECT %lld BCAST NOLOOP PREFIX floor.", id->integer);
+    ask(events, "SUBSCRIBE __redis__:invalidate");
     for (void* event = nullptr; redisGetReply(events, &event) == REDIS_OK;) {
         freeReplyObject(event);
         const std::string value = ask(commands, "GET floor.reading");
@@ -126,30 +126,11 @@ double percentile(Samples samples, double part)
     return samples[static_cast<std::size_t>(part * static_cast<double>(samples.size() - 1))];
 }
 
-struct Scale {
-    double floor;
-    double get;
-};
-
-// The last column: without what the daemon's own reads cost at the least, in floors.
-void print(const char* name, const Samples& samples, const Scale& scale, int reads)
+void print(const char* name, const Samples& samples, double floor)
 {
     const double median = percentile(samples, 0.5);
-    const double rest = median - static_cast<double>(reads) * scale.get;
-    std::printf("%-42s %8.1f us %8.1f us %8.2f %6d %8.2f\n", name, median,
-                percentile(samples, 0.99), median / scale.floor, reads, rest / scale.floor);
-}
-
-void print_all(const Samples& floor, const Samples& get, const Samples& pin, const Samples& signal,
-               const Samples& all)
-{
-    const Scale scale{percentile(floor, 0.5), percentile(get, 0.5)};
-    std::printf("%-42s %11s %11s %8s %6s %8s\n", "", "median", "99 %", "floors", "reads", "less");
-    print("floor: event, GET, write to a file", floor, scale, 0);
-    print("one GET", get, scale, 0);
-    print("40 to 71 degrees: first GPIO write", pin, scale, pin_reads);
-    print("76 to 81 degrees: signal to the PSU MCU", signal, scale, signal_reads);
-    print("40 to 90 degrees: that signal, after all", all, scale, pin_reads);
+    std::printf("%-42s %8.1f us %8.1f us %8.2f\n", name, median, percentile(samples, 0.99),
+                median / floor);
 }
 
 // Until the daemon has come so far, and rests.
@@ -218,6 +199,12 @@ int main(int argc, char** argv)
     kill(floor_client, SIGKILL);
     waitpid(floor_client, nullptr, 0);
 
-    print_all(floor, get, pin, signal, all);
+    const double unit = percentile(floor, 0.5);
+    std::printf("%-42s %11s %11s %8s\n", "", "median", "99 %", "floors");
+    print("floor: event, GET, write to a file", floor, unit);
+    print("one GET", get, unit);
+    print("40 to 71 degrees: first GPIO write", pin, unit);
+    print("76 to 81 degrees: signal to the PSU MCU", signal, unit);
+    print("40 to 90 degrees: that signal, after all", all, unit);
     return 0;
 }

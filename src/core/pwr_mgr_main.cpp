@@ -40,6 +40,7 @@ void connect()
     cbus_provide(cbus_conn, bus_name);
     cbus_filter(cbus_conn, bus_name);
     config_init_cbus(cbus_conn, 0);
+    config_user_settings("cfg");
 }
 
 void start_supervision()

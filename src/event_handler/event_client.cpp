@@ -88,6 +88,7 @@ void setEventConnection(_cbus_conn_t* connection)
     event_connection = connection;
     cbus_describe(report_signal, describe_report);
     cbus_describe(definition_signal, describe_definitions);
+    cbus_repeat(definition_signal);
 }
 
 void registerEventShortText(const EventDefinition* definitions, unsigned int count)

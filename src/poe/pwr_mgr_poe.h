@@ -119,7 +119,6 @@ private:
     void portSettingChanged(const char* key, std::int32_t value);
 
     std::uint32_t numPorts = 0;
-    bool applied = false;
     bool lanEnabled = false;
     std::unique_ptr<std::vector<bool>> portEnabled; // null, or `numPorts` bits
     std::unique_ptr<std::vector<bool>> poeEnabled;  // null, or `numPorts` bits

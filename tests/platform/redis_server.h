@@ -6,6 +6,7 @@
 #include <netinet/in.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -23,11 +24,10 @@ inline int free_port()
 {
     const host::Descriptor server(::socket(AF_INET, SOCK_STREAM, 0));
     sockaddr_in address{};
-    address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t size = sizeof address;
-    EXPECT_EQ(bind(server.get(), reinterpret_cast<const sockaddr*>(&address), size), 0);
-    getsockname(server.get(), reinterpret_cast<sockaddr*>(&address), &size);
+    listen(server.get(), 1); // takes one
+    EXPECT_EQ(getsockname(server.get(), reinterpret_cast<sockaddr*>(&address), &size), 0);
     return ntohs(address.sin_port);
 }
 
@@ -37,7 +37,7 @@ class RedisServer {
 public:
     using Settings = std::vector<std::string>; // lines of the configuration
 
-    explicit RedisServer(const Settings& settings = {"notify-keyspace-events KA"})
+    explicit RedisServer(const Settings& settings = {})
     {
         std::string name = (std::filesystem::temp_directory_path() / "redis_XXXXXX").string();
         root_ = mkdtemp(name.data()) != nullptr ? name : "/nowhere";
@@ -56,7 +56,7 @@ public:
     std::string socket() const { return path("socket"); }
     std::string address() const { return "unix:" + socket(); }
 
-    void start(const Settings& settings = {"notify-keyspace-events KA"})
+    void start(const Settings& settings = {})
     {
         std::ofstream configuration(path("conf"));
         configuration << "port 0\nunixsocket " << socket() << "\ndir " << root_.string()
@@ -66,13 +66,12 @@ public:
         configuration.close();
         process_ = fork();
         if (process_ == 0) {
+            prctl(PR_SET_PDEATHSIG, SIGKILL); // a test that crashes leaves none behind
             execlp("redis-server", "redis-server", path("conf").c_str(), nullptr);
             _exit(127);
         }
-        for (int i = 0; i < 1000 && !peer_; ++i) {
-            poll(nullptr, 0, 10);
+        for (int i = 0; i < 5000 && !peer_; ++i, poll(nullptr, 0, 2))
             peer_ = connect();
-        }
         EXPECT_TRUE(peer_) << "no server";
     }
 
@@ -93,8 +92,6 @@ public:
         if (process_ > 0) // others mean many processes
             ::kill(process_, number);
     }
-    void stop() const { signal(SIGSTOP); }
-    void go_on() const { signal(SIGCONT); }
     void kill()
     {
         signal(SIGKILL);
@@ -117,8 +114,6 @@ public:
         freeReplyObject(reply);
         return text;
     }
-
-    redisContext* peer() { return peer_.get(); }
 
 private:
     std::filesystem::path root_;

@@ -43,7 +43,7 @@ TEST(Seed, IsTakenWholeOrRefusedWithTheLine)
         std::ofstream(file, std::ios::trunc) << content;
         EXPECT_EQ(load(file), expected);
     }
-    EXPECT_EQ(load("/"), "AP_DATABASE_SEED: /: Is a directory");
+    EXPECT_EQ(load("/"), "AP_DATABASE_SEED: /: not a regular file");
 }
 
 TEST(Traces, AreSwitchedOnByGroupAndLetters)

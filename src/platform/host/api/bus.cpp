@@ -34,3 +34,8 @@ void cbus_describe(const char* name, cbus_describer describer)
 {
     host::instance().bus.set_describer(name, describer);
 }
+
+void cbus_repeat(const char* name)
+{
+    host::instance().store->repeat(name);
+}

@@ -141,3 +141,12 @@ int config_change_deregister(const char* key, config_change_callback callback, v
     const int error = take_key(key, name);
     return error != 0 ? error : host::instance().configuration.unfollow(name, callback, user);
 }
+
+int config_user_settings(const char* prefix)
+{
+    std::string_view name;
+    const int error = take_key(prefix, name);
+    if (error == 0)
+        host::instance().store->set_user_settings(name);
+    return error;
+}

@@ -2,30 +2,48 @@
 #include "host/base/text_file.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstring>
 
 #include "host/base/descriptor.h"
 
 namespace host {
+namespace {
 
-std::optional<std::string> read_text(const std::string& path, int flags)
+constexpr std::size_t longest_text = 1U << 20U;
+
+} // namespace
+
+std::optional<std::string> read_text(const std::string& path, std::string* error)
 {
-    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | flags));
+    const auto fail = [error](const char* why) {
+        if (error != nullptr)
+            *error = why;
+        return std::nullopt;
+    };
+    // A FIFO that nobody writes must not hold the start up.
+    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    struct stat info {};
+    if (!file || fstat(file.get(), &info) != 0)
+        return fail(std::strerror(errno));
+    if (!S_ISREG(info.st_mode))
+        return fail("not a regular file");
     std::string text;
     std::array<char, 1024> part;
-    for (;;) {
-        const ssize_t length = file ? read(file.get(), part.data(), part.size()) : -1;
-        if (length > 0)
-            text.append(part.data(), static_cast<std::size_t>(length));
-        else if (length == 0)
+    while (text.size() <= longest_text) {
+        const ssize_t length = read(file.get(), part.data(), part.size());
+        if (length == 0)
             return text;
-        else if (!file || errno != EINTR)
-            return std::nullopt;
+        if (length < 0 && errno != EINTR)
+            return fail(std::strerror(errno));
+        text.append(part.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
     }
+    return fail("longer than a megabyte");
 }
 
 std::optional<std::string_view> take_line(std::string_view& text)

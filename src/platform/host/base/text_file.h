@@ -9,9 +9,9 @@
 
 namespace host {
 
-// The file's content; none, and errno, when it cannot be read. `flags` are added to open's: without
-// O_NONBLOCK it blocks as the file does.
-std::optional<std::string> read_text(const std::string& path, int flags = 0);
+// The file's content. None, and why in `error` where one is given, when it cannot be read, is no
+// regular file, whose end may never come, or is longer than a megabyte.
+std::optional<std::string> read_text(const std::string& path, std::string* error = nullptr);
 
 // Takes the first line from the text, without its end; none when nothing is left.
 std::optional<std::string_view> take_line(std::string_view& text);

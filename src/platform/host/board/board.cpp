@@ -44,10 +44,10 @@ struct Target {
     std::string line() const { return directory() + "gpio" + std::string(file.line); }
 };
 
-// The first line of a small file; empty when it cannot be read. A pipe there is not waited for.
+// The first line of a small file; empty when it cannot be read, or is a pipe for instance.
 std::string first_line(const std::string& path)
 {
-    const std::string text = read_text(path, O_NONBLOCK).value_or("");
+    const std::string text = read_text(path).value_or("");
     return text.substr(0, text.find('\n'));
 }
 

@@ -124,13 +124,6 @@ private:
     int error_;
 };
 
-// Failures of one value, which others of the call do not share: a value in a shared database may
-// be of another kind, or longer than any of ours.
-bool concerns_value(int error)
-{
-    return error == -ENOENT || error == -EINVAL || error == -EMSGSIZE;
-}
-
 struct Match {
     std::string key;
     std::optional<std::int32_t> value;
@@ -142,19 +135,16 @@ int find_matches(Configuration& config, const Pattern& pattern, std::vector<Matc
     std::vector<std::string> keys;
     if (const int error = config.list("", keys); error != 0)
         return error;
-    for (std::string& key : keys) {
-        if (!pattern.matches(key))
-            continue;
-        std::string_view value;
-        const int result = config.read(key, value);
-        if (result == -ENOENT)
-            continue; // removed since it was listed
-        if (result != 0 && !concerns_value(result))
-            return result;
-        if (matches.size() == most_items)
-            return -E2BIG;
-        matches.push_back(
-            {std::move(key), parse_integer(value), static_cast<std::uint32_t>(value.size())});
+    std::erase_if(keys, [&pattern](const std::string& key) { return !pattern.matches(key); });
+    if (keys.size() > most_items)
+        return -E2BIG;
+    std::vector<Value> values;
+    if (const int error = config.look(keys, values); error != 0)
+        return error;
+    for (std::size_t i = 0; i < keys.size(); ++i) {
+        if (values[i]) // else it was removed since it was listed
+            matches.push_back({std::move(keys[i]), parse_integer(*values[i]),
+                               static_cast<std::uint32_t>(values[i]->size())});
     }
     return 0;
 }
@@ -200,7 +190,7 @@ int read_items(Configuration& config, const char* prefix, unsigned int count, co
         config_data_t& item = items[i];
         std::string_view value;
         const int result = config.read(item.key, value);
-        if (result != 0 && !concerns_value(result))
+        if (result != 0 && result != -ENOENT)
             return result;
         const bool integer = item.type == CONFIG_TYPE_INTEGER;
         item.status = result == 0 ? store_value(value, item) : result;

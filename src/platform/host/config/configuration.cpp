@@ -49,6 +49,11 @@ int Configuration::read(std::string_view key, std::string_view& value)
     return connected_ ? store_.read(key, value) : -ENOTCONN;
 }
 
+int Configuration::look(std::span<const std::string> keys, std::vector<Value>& values)
+{
+    return connected_ ? store_.look(keys, values) : -ENOTCONN;
+}
+
 int Configuration::write(std::span<const Write> writes, Writer writer)
 {
     if (!connected_)

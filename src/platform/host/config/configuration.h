@@ -37,6 +37,9 @@ public:
     // The value of a key, valid until the next call. 0, -ENOENT, or another negative errno.
     int read(std::string_view key, std::string_view& value);
 
+    // The values of many keys, for somebody who only looks: `values` gets one for each.
+    int look(std::span<const std::string> keys, std::vector<Value>& values);
+
     // Writes together: 0, or a negative errno and nothing is written.
     int write(std::span<const Write> writes, Writer writer = Writer::person);
 

@@ -21,6 +21,15 @@ int MemoryStore::read(std::string_view key, std::string_view& value)
     return 0;
 }
 
+int MemoryStore::look(std::span<const std::string> keys, std::vector<Value>& values)
+{
+    for (const std::string& key : keys) {
+        const auto found = values_.find(key);
+        values.push_back(found == values_.end() ? Value() : Value(found->second));
+    }
+    return 0;
+}
+
 int MemoryStore::write(std::span<const Write> writes)
 {
     for (const Write& write : writes) {

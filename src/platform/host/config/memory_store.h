@@ -15,6 +15,7 @@ public:
     explicit MemoryStore(ChangeDispatcher& changes) : changes_(changes) {}
 
     int read(std::string_view key, std::string_view& value) override;
+    int look(std::span<const std::string> keys, std::vector<Value>& values) override;
     int write(std::span<const Write> writes) override;
     int list(std::string_view prefix, std::vector<std::string>& keys) override;
 

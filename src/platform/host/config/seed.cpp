@@ -31,9 +31,10 @@ bool load_seed(const std::string& file, Store& store, std::string& error)
         error = "AP_DATABASE_SEED: " + file + why;
         return false;
     };
-    const std::optional<std::string> content = read_text(file);
+    std::string failure;
+    const std::optional<std::string> content = read_text(file, &failure);
     if (!content)
-        return refuse(std::string(": ") + std::strerror(errno));
+        return refuse(": " + failure);
 
     std::vector<std::pair<std::string, std::string>> pairs;
     std::string_view rest = *content;

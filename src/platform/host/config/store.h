@@ -19,12 +19,19 @@ struct Write {
     std::optional<std::string_view> value;
 };
 
+// What is in a key: nothing when there is no such key, or no value of ours in it.
+using Value = std::optional<std::string>;
+
 class Store {
 public:
     virtual ~Store() = default;
 
-    // The value of a key, valid until the next call. 0, -ENOENT, or another negative errno.
+    // The value of a key, valid until the next call. 0, -ENOENT, or another negative errno. The
+    // process is taken to need the key again: a store that is shared keeps it at hand.
     virtual int read(std::string_view key, std::string_view& value) = 0;
+
+    // The values of many keys, for somebody who only looks; `values` gets one for each.
+    virtual int look(std::span<const std::string> keys, std::vector<Value>& values) = 0;
 
     // Makes all the writes visible together. Every key written before this returns will be
     // reported to the change dispatcher, once for each write and in order.
@@ -45,8 +52,9 @@ public:
     // Somebody has left that key; others may follow it still.
     virtual void unfollow(std::string_view) {}
 
-    // As read(), but nobody is waited for: what this process wrote there last will do.
-    virtual int recall(std::string_view key, std::string_view& value) { return read(key, value); }
+    // As config_user_settings() and cbus_repeat().
+    virtual void set_user_settings(std::string_view) {}
+    virtual void repeat(std::string_view) {}
 
     // Sends a signal to other processes. 0, or a negative errno.
     virtual int publish(std::string_view, std::string_view) { return 0; }

@@ -65,13 +65,14 @@ std::string real_path(const std::string& board_root)
     return realpath(root, path.data()) != nullptr ? path.data() : root;
 }
 
-std::unique_ptr<Store> open_store(const Settings& settings, ChangeDispatcher& changes,
-                                  const Clock& clock, Log& log)
+std::unique_ptr<Store> open_store(const Settings& settings, ChangeDispatcher& changes, Clock& clock,
+                                  Log& log)
 {
     std::string error;
     if (!settings.database.empty()) {
-        auto store = open_shared_store(settings.database, settings.password_file, changes, clock,
-                                       log, error);
+        const auto give_up = [](const std::string& why) { refuse(why, in_other_hands); };
+        auto store = open_shared_store({settings.database, settings.password_file}, changes, clock,
+                                       log, give_up, error);
         if (!store)
             refuse(error, in_other_hands);
         return store;

@@ -30,6 +30,9 @@ epoll_event event_for(int fd, host::Condition condition, std::uint32_t generatio
     case host::Condition::exception:
         event.events = EPOLLPRI;
         break;
+    case host::Condition::hangup:
+        event.events = EPOLLRDHUP;
+        break;
     }
     event.data.u64 = event_tag(fd, generation);
     return event;

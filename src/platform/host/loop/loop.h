@@ -37,7 +37,7 @@ public:
     virtual void callback_ended() = 0;
 };
 
-enum class Condition { input, output, exception };
+enum class Condition { input, output, exception, hangup }; // hangup: the other side has closed
 
 struct LoopStatistics {
     std::uint64_t wake_ups = 0;
@@ -119,7 +119,9 @@ private:
     template <typename Callback>
     int timed(Callback&& callback);
 
-    static constexpr int events_per_turn = 32;
+    // One: timers and deferred work wait for no more than one callback, and the kernel takes all
+    // descriptors in turn.
+    static constexpr int events_per_turn = 1;
     static constexpr std::uint32_t edges_generation = 0; // of the plain files' notifier alone
 
     host::Clock& clock_;

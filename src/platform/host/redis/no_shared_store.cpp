@@ -4,10 +4,10 @@
 
 namespace host {
 
-std::unique_ptr<Store> open_shared_store(const std::string& address, const std::string&,
-                                         ChangeDispatcher&, const Clock&, Log&, std::string& error)
+std::unique_ptr<Store> open_shared_store(const SharedDatabase& database, ChangeDispatcher&, Clock&,
+                                         Log&, GiveUp, std::string& error)
 {
-    error = "AP_DATABASE: '" + address +
+    error = "AP_DATABASE: '" + database.address +
             "': built without hiredis, there is only the in-process database; unset it";
     return nullptr;
 }

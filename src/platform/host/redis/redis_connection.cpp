@@ -3,289 +3,227 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
+#include "host/base/clock.h"
 #include "host/redis/redis_store.h"
 
 namespace host {
 namespace {
 
-constexpr std::uint64_t shortest_delay_ms = 50;
-constexpr std::uint64_t longest_delay_ms = 2000;
-constexpr std::uint64_t steady_ms = 2000; // live for so long: the next loss is a new story
-constexpr std::uint64_t connect_patience_ms = 1000;
-constexpr std::uint64_t comparison_period_ms = 60'000;
-constexpr std::uint64_t unsent_period_ms = 5; // when the kernel did not take everything
+constexpr std::array<std::uint64_t, 3> delays_ms = {50, 100, 200}; // heat acts soon after
+constexpr std::uint64_t answer_patience_ms = 1000;
+constexpr std::uint64_t life_period_ms = 60'000;
+constexpr std::uint64_t look_period_us = 5000;
 
 } // namespace
 
-bool RedisStore::open_links(std::string& error)
+void RedisStore::log(int level, const std::string& what) const
 {
-    const Endpoint& endpoint = access_.endpoints[endpoint_];
-    endpoint_ = (endpoint_ + 1) % access_.endpoints.size();
-    int result = 0;
-    std::unique_ptr<RedisLink> commands = RedisLink::open(endpoint, result);
-    std::unique_ptr<RedisLink> events = commands ? RedisLink::open(endpoint, result) : nullptr;
-    if (!events) {
-        error = std::strerror(-result);
+    log_.write(level, "Shared database %s %s\n", access_.name.c_str(), what.c_str());
+}
+
+bool RedisStore::start(std::string& error)
+{
+    const std::unique_ptr<_fdloop_t> loop =
+        _fdloop_t::create(clock_, log_); // until the process has its own
+    error = loop ? "" : std::strerror(errno);
+    if (!loop)
         return false;
-    }
-    state_ = State::connecting;
-    pipeline_.open(std::move(commands), access_.password, access_.database);
-    subscriber_.open(std::move(events), access_.password);
-    return true;
+    const auto stop = [](void* user) {
+        static_cast<_fdloop_t*>(user)->stop();
+        return 0;
+    };
+    loop->add_timer(start_us / 1000U, stop, loop.get());
+    attach(*loop);
+    connect();
+    loop->run();
+    for (Link* const link : both_)
+        link->watched.reset();
+    phase_ = Phase::preparing;
+    error = failure_;
+    return state_ == State::live;
 }
 
 void RedisStore::attach(_fdloop_t& loop)
 {
     loop_ = &loop;
+    look_timer_ = 0;
     loop.add_deferred(this);
     loop.set_callback_end(this);
-    struct Periodic {
-        static int compare(void* user)
-        {
-            auto* const self = static_cast<RedisStore*>(user);
-            self->compare();
-            self->loop_->add_timer(comparison_period_ms, compare, user);
-            return 0;
-        }
+}
+
+void RedisStore::connect()
+{
+    const Endpoint& endpoint = access_.endpoints[attempts_++ % access_.endpoints.size()];
+    state_ = State::connecting;
+    greetings_ = 0;
+    for (Link* const link : both_) {
+        Descriptor socket = connect_to(endpoint);
+        if (!socket)
+            return drop(-errno);
+        link->open(std::move(socket), [this](const Reply& message) { told(message); });
+    }
+    const auto greet = [this](Link& link, std::initializer_list<std::string_view> words) {
+        ++greetings_;
+        link.ask(words, [this](const Reply& reply) { greeted(reply); });
     };
-    loop.add_timer(comparison_period_ms, Periodic::compare, this);
-    if (usable())
-        watch_links(Condition::input);
-    else
-        schedule_connect(); // lost already
-    note_refusal(pending_refusal_);
+    for (Link* const link : both_) {
+        if (!access_.password.empty())
+            greet(*link, {"AUTH", access_.password});
+    }
+    greet(commands_, {"SELECT", access_.database});
+    greet(messages_, {"CLIENT", "ID"});
+    greet(messages_, {"SUBSCRIBE", "__redis__:invalidate"});
 }
 
-void RedisStore::watch_links(Condition condition)
+void RedisStore::greeted(const Reply& reply)
 {
-    for (RedisLink* const link : {pipeline_.link(), subscriber_.link()}) {
-        if (const int error = watch_link(*link, condition); error != 0) {
-            drop(error);
-            return;
-        }
+    if (reply.is_error())
+        return refuse("it refuses us", reply);
+    if (reply.kind == Reply::Kind::integer)
+        client_id_ = std::to_string(reply.integer);
+    if (--greetings_ == 0) {
+        state_ = State::synchronising;
+        synchronise();
     }
 }
 
-int RedisStore::watch_link(const RedisLink& link, Condition condition)
+void RedisStore::refuse(const std::string& what, const Reply& reply)
 {
-    const auto commands_ready = [](int, void* user) {
-        static_cast<RedisStore*>(user)->links_ready(false);
-        return 0;
-    };
-    const auto events_ready = [](int, void* user) {
-        static_cast<RedisStore*>(user)->links_ready(true);
-        return 0;
-    };
-    return &link == pipeline_.link()
-               ? loop_->add(link.descriptor(), condition, commands_ready, this)
-               : loop_->add(link.descriptor(), condition, events_ready, this);
-}
-
-void RedisStore::unwatch_links()
-{
-    for (RedisLink* const link : {pipeline_.link(), subscriber_.link()}) {
-        if (loop_ == nullptr || link == nullptr)
-            continue;
-        loop_->remove(link->descriptor(), Condition::input);
-        loop_->remove(link->descriptor(), Condition::output);
-    }
-}
-
-void RedisStore::links_ready(bool subscriber)
-{
-    if (state_ == State::connecting) {
-        continue_connecting();
-        return;
-    }
-    int error = 0;
-    if (subscriber) {
-        std::vector<std::string> events;
-        error = subscriber_.take(events);
-        add_events(events);
-    } else {
-        error = pipeline_.take();
-    }
-    if (error != 0)
-        drop(error);
-}
-
-// Why the server does not let us in; empty when it does.
-const std::string& RedisStore::refusal() const
-{
-    return pipeline_.refusal().empty() ? subscriber_.refusal() : pipeline_.refusal();
-}
-
-// Everything is in the loop's time here: the server may need long for its first answers.
-void RedisStore::continue_connecting()
-{
-    std::string error;
-    if (handshake_done(error)) {
-        become_usable();
-    } else if (!error.empty()) {
-        if (!refusal().empty())
-            log_refusal(error);
-        drop(error);
-    }
-}
-
-// Once for each reason: on the way back the loss has been logged, and not that it will last.
-void RedisStore::log_refusal(const std::string& error)
-{
-    if (error == last_refusal_)
-        return;
-    last_refusal_ = error;
-    log_.write(3, "Shared database %s: %s\n", access_.name.c_str(), error.c_str());
-}
-
-// False without `error`: not yet.
-bool RedisStore::handshake_done(std::string& error)
-{
-    std::vector<std::string> none;
-    for (RedisLink* const link : {pipeline_.link(), subscriber_.link()}) {
-        int result = link->connected();
-        // Writable from now on: the one that is not connected yet must not make the loop spin.
-        if (result == 0 && loop_ != nullptr &&
-            loop_->remove(link->descriptor(), Condition::output) == 0)
-            result = watch_link(*link, Condition::input);
-        if (result == -EINPROGRESS)
-            return false;
-        if (result == 0)
-            result = link->flush();
-        if (result == 0 || result == -EPIPE || result == -ECONNRESET) { // it may have said why
-            const int taken = link == pipeline_.link() ? pipeline_.take() : subscriber_.take(none);
-            result = result == 0 ? taken : result;
-        }
-        if (result != 0 || !refusal().empty()) {
-            error = refusal().empty() ? std::strerror(-result) : "it refuses us: " + refusal();
-            return false;
-        }
-    }
-    return !pipeline_.outstanding() && subscriber_.settled();
-}
-
-void RedisStore::become_usable()
-{
-    state_ = State::subscribed;
-    std::string error;
-    const Verdict verdict = check_server(error);
-    if (verdict == Verdict::refused)
-        log_refusal(error);
-    if (verdict != Verdict::good) {
-        drop(error);
-        return;
-    }
-    state_ = State::snapshot;
-    loop_->remove_timer(connect_timer_);
-    comparison_.begin(true, server_is_new_);
-    note_refusal(pending_refusal_);
+    drop(what + ": " + reply.text, true);
 }
 
 void RedisStore::become_live(std::size_t changes)
 {
     state_ = State::live;
-    live_ms_ = clock_.now_ms();
-    for (const std::string& definitions : definitions_)
-        pipeline_.publish(definition_signal, definitions);
-    log_.write(5, "Shared database %s is back after %llu ms; %zu keys have changed\n",
-               access_.name.c_str(), static_cast<unsigned long long>(live_ms_ - lost_ms_), changes);
-    was_lost_ = false;
-    last_refusal_.clear();
+    attempts_ = 0;
+    failure_.clear();
+    if (phase_ == Phase::connecting)
+        loop_->stop();
+    if (const std::uint64_t lost_ms = std::exchange(lost_ms_, 0); lost_ms != 0)
+        log(5, "is back after " + std::to_string(clock_.now_ms() - lost_ms) + " ms; " +
+                   std::to_string(changes) + " keys have changed");
+    for (const auto& [name, payload] : sent_)
+        publish(name, payload);
 }
 
 void RedisStore::drop(int error)
 {
-    drop(error == -ETIMEDOUT                       ? no_answer
-         : error == -ECONNRESET || error == -EPIPE ? "it has closed the connection"
-         : !subscriber_.refusal().empty()          ? subscriber_.refusal()
-         : error == -EACCES                        ? "it answers " + pipeline_.last_error()
+    drop(error == -ETIMEDOUT                       ? "it does not answer"
+         : error == -EPIPE || error == -ECONNRESET ? "it has closed the connection"
                                                    : std::strerror(-error));
 }
 
-void RedisStore::drop(const std::string& reason)
+void RedisStore::drop(const std::string& why, bool refused)
 {
     if (state_ == State::down)
         return;
-    const bool was_live = state_ == State::live;
-    unwatch_links();
-    if (was_live && clock_.now_ms() - live_ms_ >= steady_ms)
-        delay_ms_ = 0;
+    for (Link* const link : both_) {
+        if (link->watched)
+            loop_->remove(link->descriptor(), *link->watched);
+        link->watched.reset();
+        link->close();
+    }
     state_ = State::down;
-    if (!was_lost_) {
-        was_lost_ = true;
+    named_ = below_ = {};
+    tracked_ = {};
+    busy_ = synchronising_ = sending_owed_ = false;
+    const bool said = std::exchange(failure_, why) == why;
+    if (phase_ == Phase::preparing) {
+        access_.give_up("AP_DATABASE: '" + access_.name + "': lost at the start: " + why);
+    } else if (phase_ == Phase::running && lost_ms_ == 0) {
         lost_ms_ = clock_.now_ms();
-        log_.write(3, "Shared database %s is lost: %s; trying again until it is back\n",
-                   access_.name.c_str(), reason.c_str());
+        log(3, "is lost: " + why + "; trying again until it is back");
+    } else if (phase_ == Phase::running && refused && !said) {
+        log(3, "is still away: " + why);
     }
-    pipeline_.close();
-    subscriber_.close();
-    own_.connection_lost();
-    feed_.forget_waiting();
-    comparison_.stop();
-    if (loop_ != nullptr)
-        schedule_connect();
+    const bool last =
+        refused ? why.find("LOADING") == std::string::npos : attempts_ >= access_.endpoints.size();
+    if (phase_ == Phase::connecting && last) {
+        loop_->stop();
+        return;
+    }
+    const auto attempt = [](void* user) {
+        static_cast<RedisStore*>(user)->connect();
+        return 0;
+    };
+    loop_->add_timer(delays_ms[std::min(attempts_, delays_ms.size() - 1)], attempt, this);
 }
 
-void RedisStore::schedule_connect()
+void RedisStore::look_at_both()
 {
-    struct Callbacks {
-        static int out_of_patience(void* user)
-        {
-            static_cast<RedisStore*>(user)->drop(no_answer);
-            return 0;
-        }
-        static int attempt(void* user)
-        {
-            auto* const self = static_cast<RedisStore*>(user);
-            std::string error;
-            if (!self->open_links(error)) {
-                self->schedule_connect();
-                return 0;
-            }
-            self->connect_timer_ =
-                self->loop_->add_timer(connect_patience_ms, out_of_patience, user);
-            self->watch_links(Condition::output);
-            return 0;
-        }
-    };
-    loop_->remove_timer(connect_timer_);
-    loop_->remove_timer(answer_timer_);
-    answer_timer_ = 0;
-    delay_ms_ = std::clamp(delay_ms_ * 2, shortest_delay_ms, longest_delay_ms);
-    connect_timer_ = loop_->add_timer(delay_ms_, Callbacks::attempt, this);
+    looked_us_ = machine_us();
+    for (Link* const link : both_) {
+        int error = link->take();
+        if (error == 0 && link->is_late(answer_patience_ms * 1000U))
+            error = -ETIMEDOUT;
+        if (error != 0)
+            drop(error);
+    }
 }
 
-// Writes and signals are answered too, when nobody waits: a server that does not is lost.
-void RedisStore::watch_for_answers()
+void RedisStore::callback_ended()
 {
-    struct Timer {
-        static int due(void* user)
-        {
-            auto* const self = static_cast<RedisStore*>(user);
-            self->answer_timer_ = 0;
-            const std::uint64_t now = machine_us();
-            const bool late = (self->pipeline_.outstanding() &&
-                               now - self->pipeline_.oldest_us() >= CallBudget::call_us) ||
-                              (!self->subscriber_.settled() &&
-                               now - self->subscriber_.asked_us() >= CallBudget::call_us);
-            if (self->usable() && late)
-                self->drop(-ETIMEDOUT);
-            return 0; // the end of this callback sets the timer again where one is needed
-        }
-    };
-    const bool waiting = pipeline_.outstanding() || !subscriber_.settled();
-    const bool unsent = pipeline_.unsent() || subscriber_.link()->unsent();
-    if (unsent && loop_ != nullptr && loop_->restart_timer(answer_timer_, unsent_period_ms) == 0)
-        return;
-    if (loop_ == nullptr || waiting == (answer_timer_ != 0))
-        return;
-    if (waiting) {
-        const std::uint64_t patience_ms = CallBudget::call_us / 1000U;
-        answer_timer_ = loop_->add_timer(unsent ? unsent_period_ms : patience_ms, Timer::due, this);
-    } else {
-        loop_->remove_timer(answer_timer_);
-        answer_timer_ = 0;
+    used_us_ = 0;
+    if (phase_ == Phase::preparing) {
+        phase_ = Phase::running;
+        synchronise_ = true; // it is known now what is needed
     }
+    if (machine_us() - looked_us_ >= look_period_us)
+        look_at_both(); // what came while a callback took long, or many took their turn
+    if (usable() && synchronise_ && !synchronising_)
+        synchronise();
+    for (Link* const link : both_)
+        serve(*link);
+    const bool wanted = commands_.wanted() || messages_.wanted();
+    if (look_timer_ == 0 || wanted != look_soon_)
+        look_later(wanted);
+}
+
+// A server that hangs says nothing, and nor does one that is idle: so that gives a sign of life.
+void RedisStore::look_later(bool soon)
+{
+    const auto look = [](void* user) {
+        auto* const self = static_cast<RedisStore*>(user);
+        self->look_timer_ = 0;
+        self->look_at_both();
+        if (self->state_ != State::live || self->look_soon_)
+            return 0;
+        self->send_owed(); // it may take now what it has refused
+        for (Link* const link : self->both_)
+            link->ask({"PING"}, ignore);
+        return 0;
+    };
+    look_soon_ = soon;
+    const std::uint64_t period = soon ? answer_patience_ms : life_period_ms;
+    if (look_timer_ == 0 || loop_->restart_timer(look_timer_, period) != 0)
+        look_timer_ = loop_->add_timer(period, look, this);
+}
+
+// Sends what can be sent, and has the loop wake up for what is wanted.
+void RedisStore::serve(Link& link)
+{
+    int error = link.flush();
+    Condition condition = link.watched.value_or(Condition::input);
+    if (link.unsent())
+        condition = Condition::output;
+    else if (link.wanted() || &link == &messages_)
+        condition = Condition::input;
+    else if (link.outstanding())
+        condition = Condition::hangup;
+    if (error == 0 && state_ != State::down && link.watched != condition) {
+        if (link.watched)
+            loop_->remove(link.descriptor(), *link.watched);
+        link.watched = condition;
+        const auto ready = [](int, void* user) {
+            static_cast<RedisStore*>(user)->look_at_both();
+            return 0;
+        };
+        error = loop_->add(link.descriptor(), condition, ready, this);
+    }
+    if (error != 0)
+        drop(error);
 }
 
 } // namespace host

@@ -1,141 +1,174 @@
 // SPDX-License-Identifier: MIT
 // The configuration database and the bus in a Redis server that several processes share.
 //
-// Two connections: the pipeline for commands, used synchronously with a deadline, and the
-// subscriber for events, served by the loop. They live and die together:
+// This process keeps a mirror of what it follows or has read. Two connections keep it true: the
+// server tells on one of them (`messages_`) which keys others have changed; commands go out on
+// the other (`commands_`), pipelined at the end of each callback.
 //
-//     down ---------> connecting ---------> subscribed ---------> snapshot ---------> live
-//      ^   backoff,    |    both answer,      |    events come       |    compared,     |
-//      |   50 ms       |    all subscriptions |    (a sentinel is    |    differences   |
-//      |   to 2 s      |    acknowledged      |    written)          |    queued        |
-//      +---------------+----------------------+----------------------+------------------+
-//                        any failure: calls fail at once (-ENOTCONN)
+//              connect()         both have greeted us          finish(): all has been read
+//     down ---------------> connecting ---------> synchronising -------------------> live
+//      ^  after 50 to 200 ms    |                      |                              |
+//      +------------------------+----------- drop() ---+------------------------------+
+//                 any failure: one line for the loss, and one for the way back
 //
-// In "snapshot" and "live" calls are answered. Every failure goes to "down", and is one log line
-// with the one about the way back; a connection is never used again after a call that timed out.
-// Only "subscribed" waits for the server, within one deadline.
+// To synchronise: begin to track, list the keys, read those that are mirrored or followed a piece
+// at a time, compare, tell all differences together, write again what was lost. The same happens
+// within "live" when other keys are to be tracked, or the database was flushed.
+//
+// A change of others: its key waits, is read together with the others that wait, and is told. The
+// next are read when these have been delivered, those that are wanted by their own name first: what
+// waits is never more than the keys that there are, and no flood is before heat.
+//
+// At the start everything is tracked, and a database of usual size read in one go: the many first
+// reads cost no round trips. A connection that is lost while one of them waits ends the process.
 #pragma once
 
+#include <array>
+#include <memory>
+#include <set>
+#include <utility>
+
+#include "host/base/endpoint.h"
+#include "host/config/mirror.h"
 #include "host/loop/loop.h"
-#include "host/redis/comparison.h"
-#include "host/redis/database_address.h"
+#include "host/redis/connection.h"
+#include "host/redis/prefixes.h"
 #include "host/redis/shared_store.h"
+#include "host/redis/waiting_keys.h"
 
 namespace host {
 
-class RedisStore final : public Store,
-                         private Deferred,
-                         private CallbackEnd,
-                         private PipelineOwner {
+class RedisStore final : public Store, private Deferred, private CallbackEnd {
 public:
-    enum class State { down, connecting, subscribed, snapshot, live };
+    // How long the loop may be held up: by each call, and by all that begin in one callback.
+    static constexpr std::uint64_t call_us = 250'000;
+    static constexpr std::uint64_t callback_us = 750'000;
+    static constexpr std::uint64_t start_us = 10'000'000; // by the start: nobody waits yet
+
+    enum class State { down, connecting, synchronising, live };
 
     struct Access {
         std::string name; // as the user gave it, for messages
         std::vector<Endpoint> endpoints;
+        std::string database; // its number
         std::string password; // empty: none
-        int database;
+        GiveUp give_up;
     };
 
     // All of it must outlive the store.
-    RedisStore(Access access, ChangeDispatcher& changes, const Clock& clock, Log& log);
+    RedisStore(Access access, ChangeDispatcher& changes, Clock& clock, Log& log);
     RedisStore(const RedisStore&) = delete;
     RedisStore& operator=(const RedisStore&) = delete;
     ~RedisStore() override;
 
-    // The first connection, before there is a loop. Blocks, some seconds at most. False, and why
-    // in `error`, when the server cannot be used.
+    // The first connection. Blocks, some seconds at most. False, and why, when it cannot be used.
     bool start(std::string& error);
 
     int read(std::string_view key, std::string_view& value) override;
+    int look(std::span<const std::string> keys, std::vector<Value>& values) override;
     int write(std::span<const Write> writes) override;
     int list(std::string_view prefix, std::vector<std::string>& keys) override;
     void attach(_fdloop_t& loop) override;
     void follow(std::string_view key) override;
     void unfollow(std::string_view key) override;
-    int recall(std::string_view key, std::string_view& value) override;
+    void set_user_settings(std::string_view prefix) override { mirror_.set_user_settings(prefix); }
+    void repeat(std::string_view signal) override { repeated_.emplace(signal); }
     int publish(std::string_view name, std::string_view payload) override;
 
     State state() const { return state_; }
 
-    // Compares now what is compared each minute. Nothing while the server is away.
-    void compare();
-
 private:
-    enum class Verdict { good, loading, refused };
+    static constexpr std::size_t keys_at_once = 512; // of one round trip
+    static constexpr std::string_view page_size = "1024";
+    static constexpr std::size_t most_prefixes = 256; // each costs the server time at all writes
+    static void ignore(const Reply&) {}
 
-    static constexpr const char* no_answer = "it does not answer";
-    static constexpr std::string_view definition_signal = "event_handler.registerEventDefinition";
+    enum class Phase { connecting, preparing, running }; // of the process
+    struct Link : Connection {
+        std::optional<Condition> watched = {}; // by the loop
+    };
 
-    // The connection: redis_connection.cpp.
-    bool open_links(std::string& error);
-    void watch_links(Condition condition);
-    int watch_link(const RedisLink& link, Condition condition);
-    void unwatch_links();
-    void continue_connecting();
-    bool handshake_done(std::string& error);
-    const std::string& refusal() const;
-    void log_refusal(const std::string& error);
-    void become_usable();
+    // What callers want: redis_store.cpp.
+    bool usable() const { return state_ == State::synchronising || state_ == State::live; }
+    int ready() const;
+    int wait_for(Connection::Words words, const Connection::Handler& handler);
+    void send(std::span<const Write> writes);
+    void send_owed();
+    void settle();
+
+    // The connections: redis_connection.cpp.
+    void connect();
+    void greeted(const Reply& reply);
+    void refuse(const std::string& what, const Reply& reply);
     void become_live(std::size_t changes);
-    void drop(const std::string& reason);
+    void drop(const std::string& why, bool refused = false);
     void drop(int error);
-    void schedule_connect();
-    static std::string failure_text(int error);
-    Verdict check_server(std::string& error);
-    Verdict check_events(bool& returned, std::string& refused_write, std::uint64_t deadline_us,
-                         std::string& error);
-    Verdict ask_for_events(bool takes_no_writes, std::uint64_t deadline_us, std::string& error);
-    Verdict try_start(std::string& error);
-    bool await_handshake(std::string& error);
-    int answers(std::vector<Reply>& replies, std::uint64_t deadline_us);
+    void look_at_both();
+    void look_later(bool soon);
+    void serve(Link& link);
+    void callback_ended() override;
+    void log(int level, const std::string& what) const;
 
-    // Served by the loop.
+    // What keeps the mirror true: redis_mirroring.cpp.
+    bool track(std::string_view key);
+    void begin_tracking(const Prefixes::Set& prefixes, bool afresh);
+    void synchronise();
+    bool changes_wait() const;
     bool pending() const override;
     void run() override;
-    void callback_ended() override;
-    void write_finished(const WriteResult& result) override;
-    void links_ready(bool subscriber);
-    void add_events(std::vector<std::string>& events);
-    void finish_comparison();
-    void restore(std::span<const std::string> keys);
-    void watch_for_answers();
-    void note_refusal(const std::string& error);
-
-    bool usable() const { return state_ == State::snapshot || state_ == State::live; }
-    int ready() const;
-    int failed_read(int error);
-    void remember(std::span<const Write> writes, bool sent, bool silent);
+    void ask_changes();
+    void ask(std::span<Found> found, void (RedisStore::*done)());
+    void take_values(Reply& reply, std::size_t count, std::vector<Value>& values);
+    std::string take_cursor(Reply& page);
+    void take_page(Reply& page);
+    void take_changes();
+    void finish();
+    void told(const Reply& message);
 
     Access access_;
     ChangeDispatcher& changes_;
-    const Clock& clock_;
+    Clock& clock_;
     Log& log_;
-    CallBudget budget_;
-    RedisPipeline pipeline_{budget_, *this};
-    RedisSubscriber subscriber_;
-    OwnWrites own_;
-    ReadAhead read_ahead_;
-    ChangeFeed feed_{changes_, pipeline_, own_, read_ahead_};
-    Comparison comparison_{pipeline_, subscriber_, feed_, own_};
+    Mirror mirror_;
+    Link commands_;
+    Link messages_;
+    const std::array<Link*, 2> both_ = {&commands_, &messages_};
     _fdloop_t* loop_ = nullptr;
+    Phase phase_ = Phase::connecting;
     State state_ = State::down;
-    std::size_t endpoint_ = 0; // to be tried next
-    std::uint64_t delay_ms_ = 0;
-    std::uint64_t lost_ms_ = 0;
-    std::uint64_t live_ms_ = 0;
-    std::uint64_t write_id_ = 0;
-    int connect_timer_ = 0; // the next attempt, or the end of the patience with this one
-    int answer_timer_ = 0;
-    bool was_lost_ = false;       // and that was logged
-    std::string last_refusal_;    // by a server that answers; logged once
-    std::string refused_writes_;  // empty: the server takes writes
-    std::string pending_refusal_; // found by the check, to be logged when that is done
-    std::string server_id_;       // another one after a restart of the server
-    bool server_is_new_ = false;
-    bool full_logged_ = false;
-    std::vector<std::string> definitions_; // of events, sent so far
-    std::string value_;                    // of the last read
+    bool complete_ = false;     // every key of the server is in the mirror; while preparing only
+    std::uint64_t used_us_ = 0; // of the callback's budget
+    Value value_;               // of the last read
+
+    Prefixes tracked_;
+    WaitingKeys named_;        // have changed
+    WaitingKeys below_;        // the same, wanted only as parts of a subtree
+    std::vector<Found> told_;  // of them, being read
+    bool busy_ = false;        // waits for a page, or for values
+    bool synchronise_ = false; // as soon as may be
+    bool synchronising_ = false;
+    std::string cursor_;       // of the next page; empty: there is none
+    std::vector<Found> found_; // by the synchronisation
+    std::size_t next_ = 0;     // of them, to be asked for
+    bool older_data_ = false;  // see Mirror::compare()
+    bool tell_new_ = false;
+    bool newcomers_ = false; // are followed: not everything below them is known
+
+    bool refusing_ = false; // the server, what is written
+    std::size_t refusals_ = 0;
+    bool sending_owed_ = false;
+    std::set<std::string, std::less<>> repeated_;           // signals
+    std::vector<std::pair<std::string, std::string>> sent_; // of them, with their payloads
+
+    std::string client_id_;     // of the connection for messages
+    std::string server_id_;     // another one after a restart of the server
+    std::string failure_;       // of the last connection
+    std::size_t greetings_ = 0; // that are to come
+    std::size_t attempts_ = 0;
+    std::uint64_t lost_ms_ = 0; // 0: it is not lost, or that was not logged yet
+    std::uint64_t looked_us_ = 0;
+    int look_timer_ = 0;
+    bool look_soon_ = false; // the timer's, since an answer is wanted
 };
 
 } // namespace host

@@ -11,13 +11,22 @@
 
 namespace host {
 
-// Connects to the server at an address of database_address.h, and makes sure that it tells of
-// changes; `password_file` may be empty. Blocks: some seconds at most, while the server loads its
-// data. Null, and one line in `error`, when it cannot be used, or when this build has no client for
-// it. The objects that it is given must outlive the store.
-std::unique_ptr<Store> open_shared_store(const std::string& address,
-                                         const std::string& password_file,
-                                         ChangeDispatcher& changes, const Clock& clock, Log& log,
+// Ends the process, with that line as its last word.
+using GiveUp = void (*)(const std::string& why);
+
+// Where the server is, "unix:/path" or "tcp:host:port", either with "#N" behind it for the database
+// of that number, and the file with its password, empty for none.
+struct SharedDatabase {
+    std::string address;
+    std::string password_file;
+};
+
+// Connects to the server, which must tell of changes. Blocks: some seconds at most, while the
+// server loads its data. Null, and one line in `error`, when it cannot be used, or when this build
+// has no client for it. `give_up` is called when the server is lost before the loop runs and
+// something had to be read. The objects that it is given must outlive the store.
+std::unique_ptr<Store> open_shared_store(const SharedDatabase& database, ChangeDispatcher& changes,
+                                         Clock& clock, Log& log, GiveUp give_up,
                                          std::string& error);
 
 } // namespace host

@@ -14,7 +14,7 @@ namespace host {
 namespace {
 
 constexpr std::size_t longest_listed_value = 160;
-constexpr std::size_t keys_in_a_piece = 50; // of a list: each is read, in the worst case by a call
+constexpr std::size_t keys_in_a_piece = 200; // of a list: one call of the database
 
 struct Subcommand {
     std::string_view name;
@@ -30,10 +30,20 @@ int fail(std::string_view what, int error)
     return SHELL_FAILED;
 }
 
+// What is in the database now; what the daemon keeps at hand stays as it is.
+int look_at(qv_cshell& shell, const std::string& key, std::string& value)
+{
+    std::vector<Value> found;
+    if (const int error = shell.context().config.look({&key, 1}, found); error != 0)
+        return error;
+    value = found.front().value_or("");
+    return found.front() ? 0 : -ENOENT;
+}
+
 int get(qv_cshell& shell, Arguments words)
 {
-    std::string_view value;
-    if (const int error = shell.context().config.read(words[0], value); error != 0)
+    std::string value;
+    if (const int error = look_at(shell, words[0], value); error != 0)
         return fail(words[0], error);
     qv_puts((printable(value) + "\n").c_str());
     return SHELL_OK;
@@ -55,8 +65,8 @@ int set(qv_cshell& shell, Arguments words)
 
 int del(qv_cshell& shell, Arguments words)
 {
-    std::string_view value;
-    int error = shell.context().config.read(words[0], value);
+    std::string value;
+    int error = look_at(shell, words[0], value);
     const Write write{words[0], std::nullopt};
     if (error == 0)
         error = shell.context().config.write({&write, 1});
@@ -71,13 +81,19 @@ int list(qv_cshell& shell, Arguments words)
         return fail(words.empty() ? "list" : prefix, error);
     Configuration& config = shell.context().config;
     shell.list([&config, keys = std::move(keys), next = std::size_t{0}](std::string& text) mutable {
-        const std::size_t end = std::min(next + keys_in_a_piece, keys.size());
-        for (; next < end; ++next) {
-            std::string_view value;
-            if (config.read(keys[next], value) == 0) // else a neighbour has removed it
-                text +=
-                    printable(keys[next]) + " = " + printable(value, longest_listed_value) + "\n";
+        const auto rest = std::span(keys).subspan(next);
+        const auto piece = rest.first(std::min(keys_in_a_piece, rest.size()));
+        std::vector<Value> values;
+        if (const int error = config.look(piece, values); error != 0) {
+            text += std::string("config: ") + std::strerror(-error) + "\n";
+            return false;
         }
+        for (std::size_t i = 0; i < piece.size(); ++i) {
+            if (values[i]) // else a neighbour has removed it
+                text += printable(piece[i]) + " = " + printable(*values[i], longest_listed_value) +
+                        "\n";
+        }
+        next += piece.size();
         return next < keys.size();
     });
     return SHELL_OK;

@@ -46,6 +46,13 @@ enum {
  */
 void cbus_describe(const char* name, cbus_describer describer);
 
+/*
+ * Signals of exactly that name (borrowed) say something that is to be known as long as this process
+ * lives: what was sent is sent again to a bus that was away, each payload once. Nothing is done
+ * where a bus is never away.
+ */
+void cbus_repeat(const char* name);
+
 #ifdef __cplusplus
 }
 #endif

@@ -120,6 +120,13 @@ int config_change_register(const char* key, config_change_callback callback, voi
  * delivery. -ENOENT when there is none. */
 int config_change_deregister(const char* key, config_change_callback callback, void* user);
 
+/*
+ * The keys below `prefix` (copied) are the user's settings: what this process writes there is a
+ * default. An implementation that makes up for writes that got lost writes such a key again only
+ * where it is missing; others do nothing here.
+ */
+int config_user_settings(const char* prefix);
+
 #ifdef __cplusplus
 }
 #endif
