@@ -101,7 +101,7 @@ void start_memory(const Model* model)
         const std::int32_t interval = temp_mon_rec[memory.first + i].intv;
         memory.sensors.push_back({{}, {}, {}, History(memory.start, interval)});
     }
-    set_evaluation_observer(observe);
+    add_evaluation_observer(observe);
 }
 
 std::span<const SensorMemory> sensor_memories()

@@ -2,6 +2,7 @@
 #include "temperature/temp_level.h"
 
 #include <algorithm>
+#include <array>
 
 #include "ap/config.h"
 #include "ap/log.h"
@@ -97,12 +98,14 @@ void trace_start(const temp_sensor_desc_t& sensor, std::int32_t current, std::in
     qv_slogd("desc->range_ac[intv].max: %i \n", sensor.range_ac[index_of(current)].max);
 }
 
-power_man::EvaluationObserver observer = nullptr;
+std::array<power_man::EvaluationObserver, 2> observers{};
 
 void observed(const power_man::Evaluation& evaluation)
 {
-    if (observer != nullptr)
-        observer(evaluation);
+    for (const power_man::EvaluationObserver observer : observers) {
+        if (observer != nullptr)
+            observer(evaluation);
+    }
 }
 
 } // namespace
@@ -152,9 +155,15 @@ std::int32_t next_interval(const temp_sensor_desc_t& sensor, std::int32_t curren
     return by_temperature(sensor, supplied ? sensor.range_ac : sensor.range_bat, current, temp);
 }
 
-void set_evaluation_observer(EvaluationObserver now)
+void add_evaluation_observer(EvaluationObserver observer)
 {
-    observer = now;
+    for (EvaluationObserver& slot : observers) {
+        if (slot == nullptr) {
+            slot = observer;
+            return;
+        }
+    }
+    assertion_failed("temp_level");
 }
 
 } // namespace power_man

@@ -34,9 +34,10 @@ struct Evaluation {
     std::int32_t after;
 };
 
-// Told of every known alarm and every temperature, when all that follows from it is done. One at
-// most, null for none; it must not call temp_action().
+// Told of every known alarm and every temperature from now on, when all that follows from it is
+// done; it must not call temp_action(). Two at most: a third is a fault of the program, which ends
+// it.
 using EvaluationObserver = void (*)(const Evaluation& evaluation);
-void set_evaluation_observer(EvaluationObserver observer);
+void add_evaluation_observer(EvaluationObserver observer);
 
 } // namespace power_man

@@ -8,8 +8,6 @@
 namespace host {
 namespace {
 
-constexpr std::int64_t virtual_epoch = 1767225600; // 2026-01-01 00:00:00 UTC
-
 timespec machine_time(clockid_t id)
 {
     timespec time{};
@@ -39,7 +37,7 @@ std::uint64_t Clock::after_ms(std::uint64_t milliseconds) const
 std::int64_t Clock::seconds() const
 {
     if (virtual_)
-        return virtual_epoch + static_cast<std::int64_t>(virtual_now_ms_ / 1000U);
+        return virtual_date_ + static_cast<std::int64_t>(virtual_now_ms_ / 1000U);
     return machine_time(CLOCK_REALTIME).tv_sec;
 }
 
@@ -65,9 +63,10 @@ void Clock::wait_ms(std::uint64_t milliseconds)
     }
 }
 
-void Clock::make_virtual()
+void Clock::make_virtual(std::int64_t date)
 {
     virtual_ = true;
+    virtual_date_ = date;
     virtual_now_ms_ = 0;
 }
 

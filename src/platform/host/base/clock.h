@@ -25,8 +25,9 @@ public:
     // Lets the time pass: sleeps, or moves the virtual clock.
     void wait_ms(std::uint64_t milliseconds);
 
-    // From now on time stands still, at 0 ms and at a fixed date.
-    void make_virtual();
+    // From now on time stands still, at 0 ms and at that date: seconds since 1970.
+    static constexpr std::int64_t virtual_epoch = 1767225600; // 2026-01-01 00:00:00 UTC
+    void make_virtual(std::int64_t date = virtual_epoch);
     bool is_virtual() const { return virtual_; }
 
     // Moves the virtual clock on; a time that has passed already changes nothing.
@@ -34,6 +35,7 @@ public:
 
 private:
     bool virtual_ = false;
+    std::int64_t virtual_date_ = 0; // at 0 ms
     std::uint64_t virtual_now_ms_ = 0;
 };
 

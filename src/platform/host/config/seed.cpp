@@ -28,7 +28,7 @@ std::string complaint(std::string_view key, std::string_view value)
 bool load_seed(const std::string& file, Store& store, std::string& error)
 {
     const auto refuse = [&](const std::string& why) {
-        error = "AP_DATABASE_SEED: " + file + why;
+        error = file + why;
         return false;
     };
     std::string failure;

@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "host/config/memory_store.h"
 #include "host/config/seed.h"
@@ -79,14 +80,14 @@ std::unique_ptr<Store> open_store(const Settings& settings, ChangeDispatcher& ch
     }
     auto store = std::make_unique<MemoryStore>(changes);
     if (!settings.seed_file.empty() && !load_seed(settings.seed_file, *store, error))
-        refuse(error);
+        refuse("AP_DATABASE_SEED: " + error);
     return store;
 }
 
 } // namespace
 
-Host::Host()
-    : settings(read_settings()), journal(clock), log(journal, settings.log_level),
+Host::Host(Settings given)
+    : settings(std::move(given)), journal(clock), log(journal, settings.log_level),
       store(open_store(settings, changes, clock, log)), configuration(*store, changes, journal),
       bus(*store, journal, clock), bus_name(log), devices(settings.board_root, journal, log),
       sockets(settings.console_port, log),
@@ -136,7 +137,13 @@ _cbus_conn_t* Host::connect_bus(std::string_view name)
 Host& instance()
 {
     if (!holder())
-        holder() = std::make_unique<Host>();
+        make_instance(read_settings());
+    return *holder();
+}
+
+Host& make_instance(Settings settings)
+{
+    holder() = std::make_unique<Host>(std::move(settings));
     return *holder();
 }
 

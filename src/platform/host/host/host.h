@@ -40,7 +40,7 @@ struct Host {
     ShellContext shells;
     TerminalShell terminal;
 
-    Host();
+    explicit Host(Settings given);
 
     // The loop, made at the first call; null when the kernel refuses one, which is logged.
     _fdloop_t* make_loop();
@@ -53,6 +53,10 @@ struct Host {
 // Made on first use, from the environment; what is wrong there is said in one line on standard
 // error, and the process exits with 2, or with 1 when the shared database cannot be used.
 Host& instance();
+
+// The same from these settings, for a program that is not to be steered by the environment; before
+// the first use of instance().
+Host& make_instance(Settings settings);
 
 // For tests: the next use of instance() starts afresh.
 void forget_instance();

@@ -36,6 +36,8 @@ void Journal::write(const char* format, ...)
     va_end(arguments);
     char* const end = std::find(slot.text.begin(), slot.text.end(), '\0');
     std::transform(slot.text.begin(), end, slot.text.begin(), on_one_line);
+    if (observer_ != nullptr)
+        observer_->written(line(last_));
 }
 
 // Whether the key's last line says that already, with nothing but such lines behind it.

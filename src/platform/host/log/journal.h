@@ -34,7 +34,17 @@ public:
         std::string_view text; // valid until the next line is written
     };
 
+    // Told of each line as it is written; writes none itself.
+    class Observer {
+    public:
+        virtual ~Observer() = default;
+        virtual void written(const Line& line) = 0;
+    };
+
     explicit Journal(const Clock& clock) : clock_(clock) {}
+
+    // Null for nobody; must outlive the journal otherwise.
+    void set_observer(Observer* observer) { observer_ = observer; }
 
     void write(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
@@ -67,6 +77,7 @@ private:
     const Clock& clock_;
     std::array<Slot, capacity> slots_; // not touched before it is used: memory comes line by line
     std::uint64_t last_ = 0;
+    Observer* observer_ = nullptr;
 };
 
 } // namespace host

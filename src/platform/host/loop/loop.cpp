@@ -269,11 +269,16 @@ bool _fdloop_t::turn(int timeout_ms)
     }
     if (stale_event_)
         rebuild_epoll();
+    return work() || count > 0;
+}
+
+bool _fdloop_t::work()
+{
     const bool timer_due = timers_.next_due_ms().value_or(never) <= clock_.now_ms();
     if (timer_due)
         run_due_timers();
     const bool worked = run_deferred();
-    return count > 0 || timer_due || worked;
+    return timer_due || worked;
 }
 
 int _fdloop_t::run()
@@ -294,11 +299,12 @@ int _fdloop_t::run()
     return error_;
 }
 
-void _fdloop_t::run_for(std::uint64_t milliseconds)
+template <typename Turn>
+void _fdloop_t::run_turns(std::uint64_t milliseconds, Turn&& turn)
 {
     const std::uint64_t end = clock_.now_ms() + milliseconds;
     while (!stopping_) {
-        if (turn(0))
+        if (turn())
             continue;
         const std::uint64_t due = timers_.next_due_ms().value_or(never);
         clock_.advance_to(std::min(due, end));
@@ -306,4 +312,14 @@ void _fdloop_t::run_for(std::uint64_t milliseconds)
             break;
     }
     stopping_ = false;
+}
+
+void _fdloop_t::run_for(std::uint64_t milliseconds)
+{
+    run_turns(milliseconds, [this] { return turn(0); });
+}
+
+void _fdloop_t::run_unpolled(std::uint64_t milliseconds)
+{
+    run_turns(milliseconds, [this] { return work(); });
 }

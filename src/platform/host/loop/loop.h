@@ -86,6 +86,10 @@ public:
     // the clock at its end. Stops early when asked to, with the clock where it is.
     void run_for(std::uint64_t milliseconds);
 
+    // The same for a caller who knows that no descriptor is ready: timers and deferred work only,
+    // without a call to the kernel.
+    void run_unpolled(std::uint64_t milliseconds);
+
     const host::LoopStatistics& statistics() const { return statistics_; }
 
 private:
@@ -111,6 +115,9 @@ private:
 
     int wait_time() const;
     bool turn(int timeout_ms); // false: nothing was ready
+    bool work();               // of a turn what needs no descriptor; false: there was none
+    template <typename Turn>
+    void run_turns(std::uint64_t milliseconds, Turn&& turn);
     void run_descriptor(int fd, std::uint32_t generation);
     void run_edges();
     void run_due_timers();

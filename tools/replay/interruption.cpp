@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+#include "interruption.h"
+
+#include <csignal>
+#include <initializer_list>
+
+namespace replay {
+namespace {
+
+volatile std::sig_atomic_t noted = 0;
+
+void note(int signal)
+{
+    noted = signal;
+}
+
+} // namespace
+
+void note_interruptions()
+{
+    struct sigaction action {};
+    action.sa_handler = note;
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+        sigaction(signal, &action, nullptr);
+    action.sa_handler = SIG_IGN;
+    sigaction(SIGPIPE, &action, nullptr);
+}
+
+int interruption()
+{
+    return noted;
+}
+
+} // namespace replay

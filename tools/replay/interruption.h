@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+namespace replay {
+
+// From now on SIGINT, SIGTERM and SIGHUP are noted instead of ending the process, so that the
+// board's directory can be removed first; a read that waits is interrupted. SIGPIPE is ignored.
+void note_interruptions();
+
+// The signal that came; 0 for none.
+int interruption();
+
+} // namespace replay
