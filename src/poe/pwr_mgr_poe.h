@@ -76,8 +76,8 @@ public:
     void registerConfigChangesBeforePrimPsuSwUpdate();
     void registerConfigChanges();
 
-    // What the mirror has: for whoever explains what is switched. A port is below portCount(), which
-    // is 0 while PoE is not configured.
+    // What the mirror has: for whoever explains what is switched. A port is below portCount(),
+    // which is 0 while PoE is not configured.
     struct PortView {
         bool lan;
         bool port;
