@@ -14,19 +14,22 @@ struct Holder {
     const Crossings* crossing;
 };
 
+// In the order of their taking.
 std::vector<Holder> holders_of(const State& state, Effect effect)
 {
     std::vector<Holder> holders;
     for (const SensorState& sensor : state.sensors) {
         const auto boundary = begun_at(*sensor.sensor, sensor.interval, effect);
-        if (boundary && sensor.memory != nullptr)
-            holders.push_back(
-                {&sensor, boundary->lower,
-                 &sensor.memory->boundaries[static_cast<std::size_t>(boundary->lower)]});
+        if (!boundary || sensor.memory == nullptr)
+            continue;
+        const Crossings& crossing =
+            sensor.memory->boundaries[static_cast<std::size_t>(boundary->lower)];
+        const auto later = [&crossing](const Holder& other) {
+            return other.crossing->at > crossing.at;
+        };
+        holders.insert(std::find_if(holders.begin(), holders.end(), later),
+                       {&sensor, boundary->lower, &crossing});
     }
-    std::stable_sort(holders.begin(), holders.end(), [](const Holder& a, const Holder& b) {
-        return a.crossing->at < b.crossing->at;
-    });
     return holders;
 }
 
