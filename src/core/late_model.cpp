@@ -11,6 +11,7 @@
 #include "base/config_keys.h"
 #include "base/terminal.h"
 #include "core/pwr_mgr_main.h"
+#include "insight/insight.h"
 #include "models/models.h"
 #include "post/self_test.h"
 #include "temperature/protection.h"
@@ -37,6 +38,7 @@ void start_over(const Model& model)
     pwr_mgr_reset_platform_id();
     set_dead_time();
     init_temp_mon_rec();
+    insight::start_over();
     select_temp_sensors();
     std::int32_t value = 0;
     if (config_read_int(key::usb_enabled, &value) == 0)

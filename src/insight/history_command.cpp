@@ -88,7 +88,7 @@ std::string heading(const SensorState& sensor, const Request& request,
     std::string text = sensor.sensor->name;
     print_to(text, ", degrees Celsius, the last %s\n", duration_text(request.time).c_str());
     if (memory_start() + request.time > now())
-        print_to(text, "The daemon started at %s; what was before is not known.\n",
+        print_to(text, "Nothing is remembered from before %s.\n",
                  time_text(memory_start()).c_str());
     std::vector<std::string> limits;
     for (const std::int32_t boundary : boundaries)

@@ -52,11 +52,16 @@ constexpr Row rows[] = {
 void start(const Parts& parts)
 {
     set_parts(parts);
-    start_memory(present_model());
+    start_over();
     for (const Row& row : rows) {
         shell_command_add_sorted(&row.command);
         shell_command_complete(row.command.name, row.completer);
     }
+}
+
+void start_over()
+{
+    start_memory(present_model());
 }
 
 } // namespace power_man::insight

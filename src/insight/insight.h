@@ -15,8 +15,11 @@ struct Parts {
     const PwrMgrPhone* phone;
 };
 
-// Watches the evaluations and adds the commands. To be called once, when the platform id has been
-// read and before the first evaluation.
+// Adds the commands, and remembers from now on.
 void start(const Parts& parts);
+
+// Remembers the readings of this terminal's model from now on. To be called when a platform id has
+// become known, before the first evaluation.
+void start_over();
 
 } // namespace power_man::insight

@@ -56,9 +56,15 @@ Moment now()
     return counter.now();
 }
 
+// The two clocks do not change their seconds at once: a second's difference is none, or a time
+// would be shown now as this and now as the next.
 std::int32_t wall_time(Moment moment)
 {
-    return qv_time() - static_cast<std::int32_t>(now() - moment);
+    static std::int32_t offset = 0;
+    const std::int32_t present = qv_time() - static_cast<std::int32_t>(now());
+    if (present < offset - 1 || present > offset + 1)
+        offset = present;
+    return static_cast<std::int32_t>(moment) + offset;
 }
 
 std::string time_text(Moment moment)

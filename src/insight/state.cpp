@@ -8,6 +8,7 @@
 #include "base/terminal.h"
 #include "insight/text.h"
 #include "models/models.h"
+#include "temperature/readings.h"
 
 namespace power_man::insight {
 namespace {
@@ -70,7 +71,7 @@ std::vector<EffectState> effect_states(const std::vector<SensorState>& sensors)
 
 std::string why_unread(const SensorState& sensor)
 {
-    if (sensor.alarm)
+    if (sensor.alarm && has_reading(*sensor.sensor))
         return printed("the %s reports the unknown state %d", sensor.sensor->name, *sensor.alarm);
     const auto last = sensor.read_at();
     return last ? printed("no reading of the %s since %s", sensor.sensor->name,
@@ -82,6 +83,8 @@ std::string why_unread(const SensorState& sensor)
 
 bool SensorState::is_valid() const
 {
+    if (!has_reading(*sensor))
+        return false;
     if (!by_alarm())
         return temperature.has_value();
     return alarm && *alarm >= 0 && *alarm < static_cast<std::int32_t>(alarm_count);

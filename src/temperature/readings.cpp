@@ -132,6 +132,13 @@ std::optional<std::int32_t> no_reading_since(const char* key)
     return reading->since;
 }
 
+bool has_reading(const Sensor& sensor)
+{
+    return std::none_of(followed.begin(), followed.end(), [&sensor](const Followed& reading) {
+        return reading.sensor == &sensor && reading.state == State::lost;
+    });
+}
+
 const Sensor* sensor_without_reading()
 {
     for (const Followed& reading : followed) {

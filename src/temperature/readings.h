@@ -24,6 +24,9 @@ void report_missing_readings();
 // Since when the key has no reading, in seconds since 1970; nothing while it has one.
 std::optional<std::int32_t> no_reading_since(const char* key);
 
+// False while the sensor's reading, or what it is copied from, counts as lost.
+bool has_reading(const Sensor& sensor);
+
 // The sensor of the model that is without a reading; null when all have one.
 const Sensor* sensor_without_reading();
 

@@ -234,6 +234,26 @@ $ status -x
     EXPECT_EQ(terminal.story(), "") << "nobody is alarmed by a question";
 }
 
+TEST(Insight, RemembersFromWhenTheModelIsKnown)
+{
+    Terminal terminal("qv1305A");
+    terminal.remove("ram.platform.id");
+    terminal.start();
+    const char* const story = R"($ status
+(19)unknown terminal  external supply  NOT PROTECTED: there is no platform id
++60 ram.platform.id=qv1305A module=50 +1 $ status
+qv1305A  external supply  NORMAL
+Radio Module - V640    50 C  1 s ago  Normal Operation  leaves below -25, above 83
+$ history mainboard 1m
+Radio Module - V640, degrees Celsius, the last 1 min
+Nothing is remembered from before 00:01:00.
+|: above it an interval higher (-20, 83, 100)   -o-: minimum, mean, maximum
+time    min mean  max  38                                          52
+00:01    40   45   50        ----------------o----------------
+)";
+    EXPECT_EQ(told(terminal, story), story);
+}
+
 TEST(Insight, DrawsWhatWas)
 {
     Terminal terminal("qv1608B");
@@ -283,7 +303,7 @@ time    min mean  max  38                                          82
   F: fan full speed
 $ history main
 Radio Module - Morvin BDU, degrees Celsius, the last 6 h
-The daemon started at 00:00:00; what was before is not known.
+Nothing is remembered from before 00:00:00.
 |: above it an interval higher (-20, 72, 75, 80)   -o-: minimum, mean, maximum
 time    min mean  max  38                                          82
 00:00    40   42   44    --o--                           |  |    |
