@@ -98,10 +98,10 @@ comparable() { cat; }
 interval() { ask temp_status | sed -n 's/^State  *: //p' | head -n 1; }
 
 farewell() {
-    printf '\ntemp_status on the console:\n\n'
-    ask temp_status
+    printf '\nstatus on the console:\n\n'
+    ask status
     [ -t 0 ] && [ -t 1 ] || return 0
-    printf '\nThe console is yours. Try: help, config set %s 40, temp_status, journal, exit\n' \
+    printf '\nThe console is yours. Try: help, config set %s 40, status, why, journal, exit\n' \
         ram.status.battery.1.temperature
     telnet 127.0.0.1 "$port" || true
 }

@@ -32,6 +32,18 @@ raise EV_AP_HIGH_TEMP_USB_EXT
 set ram.status.power_management.lan.poe.pwr_controlled 1
 raise EV_AP_HIGH_TEMP_POE
 END
+told status <<'END'
+qv1202B external supply LIMITED since HH:MM:SS (N s)
+Radio Module 71 C N s ago Reduced Performance leaves below 65, above 75
+HPA N C N s ago Normal Operation state 0 (Normal)
+ background data limited Radio Module since HH:MM:SS
+ extended USB port off Radio Module since HH:MM:SS
+ PoE off Radio Module since HH:MM:SS
+END
+told 'why extended' <<'END'
+The extended USB port is off by heat since HH:MM:SS, when the Radio Module rose to 71 C (above 70).
+It returns when the Radio Module falls below 65 C.
+END
 reading 'A little cooler: hysteresis' $mainboard 66 'Reduced Performance' <<'END'
 END
 reading 'Hotter' $mainboard 76 'Closing connections' <<'END'

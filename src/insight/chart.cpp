@@ -39,8 +39,8 @@ public:
     bool has(std::int32_t degrees) const { return degrees >= low_ && degrees <= high_; }
     std::size_t column(std::int32_t degrees) const
     {
-        return static_cast<std::size_t>(std::int64_t{degrees - low_} * (columns - 1) /
-                                        (high_ - low_));
+        const auto above = static_cast<std::size_t>(std::int64_t{degrees} - low_);
+        return above * (columns - 1) / static_cast<std::size_t>(std::int64_t{high_} - low_);
     }
 
 private:
