@@ -14,7 +14,7 @@ namespace host {
 namespace {
 
 constexpr std::size_t longest_listed_value = 160;
-constexpr std::size_t keys_in_a_piece = 200; // of a list: one call of the database
+constexpr std::size_t keys_in_a_piece = 50; // of a list: one call of the database
 
 struct Subcommand {
     std::string_view name;
