@@ -174,7 +174,7 @@ TEST_F(PeerAccess, RefusesWhoIsGone)
 bool enter_sandbox()
 {
     if (unshare(CLONE_NEWNS) != 0 ||
-        mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+        mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr) != 0 ||
         mount("proc", "/proc", "proc", 0, "subset=pid") != 0)
         return false;
     constexpr auto families = std::to_array<std::uint32_t>({AF_UNIX, AF_INET, AF_NETLINK});
