@@ -108,20 +108,14 @@ std::string ask(redisContext* context, const char* format, Values... values)
     address.sin_port = htons(static_cast<std::uint16_t>(port));
     if (::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
         _exit(1);
+    constexpr int quiet_ms = 20; // the end of a listing: one that is read too slowly is cut
     std::array<char, 65536> bytes;
-    for (std::string text; read(fd, bytes.data(), bytes.size()) > 0;) {
-        if (write(fd, "config list bulk\r\n", 18) != 18)
-            break;
-        do {
-            pollfd wait{fd, POLLIN, 0};
-            if (poll(&wait, 1, patience_ms) <= 0)
+    while (write(fd, "config list bulk\r\n", 18) == 18) {
+        pollfd wait{fd, POLLIN, 0};
+        for (int patience = patience_ms; poll(&wait, 1, patience) > 0; patience = quiet_ms) {
+            if (read(fd, bytes.data(), bytes.size()) <= 0)
                 _exit(1);
-            const ssize_t length = read(fd, bytes.data(), bytes.size());
-            if (length <= 0)
-                _exit(1);
-            text.append(bytes.data(), static_cast<std::size_t>(length));
-        } while (text.find("bulk.4999 = ") == std::string::npos);
-        text.clear();
+        }
     }
     _exit(1);
 }
@@ -187,12 +181,12 @@ int main(int argc, char** argv)
     };
     const Case cases[] = {
         {"nothing else", 0, false, {}},
+        {"30 consoles that list 5000 keys", consoles, false, [&] { list_keys(port); }},
         {"100 000 writes/s of one followed key", 1, false,
          [&] { flood(socket, "ram.status.psumcu.events.external_supply", 1); }},
         {"100 000 writes/s of 100 000 followed keys", 1, false,
          [&] { flood(socket, "cfg.interfaces.phone.%d.enabled", 100'000); }},
         {"4000 writes of a setting, each a power cycle", 1, true, [&] { cycle(socket); }},
-        {"30 consoles that list 5000 keys", consoles, false, [&] { list_keys(port); }},
     };
     std::printf("%-46s %8s %8s %8s %8s %10s\n", "heat to its first GPIO write, ms", "median",
                 "90 %", "99 %", "most", "kB grown");
