@@ -7,25 +7,17 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <utility>
 
 #include "host/base/clock.h"
 
 namespace host {
 namespace {
 
-constexpr std::size_t most_unsent = 4U << 20U;
+constexpr std::size_t most_unsent = 16U << 20U;
 constexpr std::size_t read_size = 16U << 10U;
 constexpr int reads_at_once = 64; // a flood must not hide what is behind it
 
 } // namespace
-
-void Connection::open(Descriptor socket, Handler message)
-{
-    close();
-    socket_ = std::move(socket);
-    message_ = std::move(message);
-}
 
 void Connection::ask(Words words, Handler handler, Wanted wanted)
 {

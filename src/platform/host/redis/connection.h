@@ -27,7 +27,12 @@ public:
     enum class Wanted { now, later };
 
     // `socket` is connected or on its way to be; `message` takes what the server sends unasked.
-    void open(Descriptor socket, Handler message);
+    void open(Descriptor socket, Handler message)
+    {
+        close();
+        socket_ = std::move(socket);
+        message_ = std::move(message);
+    }
 
     // Forgets everything; handlers that have not been called never will be. They may call it.
     void close() { *this = {}; }

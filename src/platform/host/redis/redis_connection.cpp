@@ -25,8 +25,7 @@ void RedisStore::log(int level, const std::string& what) const
 
 bool RedisStore::start(std::string& error)
 {
-    const std::unique_ptr<_fdloop_t> loop =
-        _fdloop_t::create(clock_, log_); // until the process has its own
+    const auto loop = _fdloop_t::create(clock_, log_); // until the process has its own
     error = loop ? "" : std::strerror(errno);
     if (!loop)
         return false;
@@ -110,9 +109,11 @@ void RedisStore::become_live(std::size_t changes)
 
 void RedisStore::drop(int error)
 {
-    drop(error == -ETIMEDOUT                       ? "it does not answer"
-         : error == -EPIPE || error == -ECONNRESET ? "it has closed the connection"
-                                                   : std::strerror(-error));
+    const bool closed = error == -EPIPE || error == -ECONNRESET;
+    if (error != 0)
+        drop(error == -ETIMEDOUT ? "it does not answer"
+             : closed            ? "it has closed the connection"
+                                 : std::strerror(-error));
 }
 
 void RedisStore::drop(const std::string& why, bool refused)
@@ -140,10 +141,8 @@ void RedisStore::drop(const std::string& why, bool refused)
     }
     const bool last =
         refused ? why.find("LOADING") == std::string::npos : attempts_ >= access_.endpoints.size();
-    if (phase_ == Phase::connecting && last) {
-        loop_->stop();
-        return;
-    }
+    if (phase_ == Phase::connecting && last)
+        return loop_->stop();
     const auto attempt = [](void* user) {
         static_cast<RedisStore*>(user)->connect();
         return 0;
@@ -151,16 +150,17 @@ void RedisStore::drop(const std::string& why, bool refused)
     loop_->add_timer(delays_ms[std::min(attempts_, delays_ms.size() - 1)], attempt, this);
 }
 
-void RedisStore::look_at_both()
+void RedisStore::look_at(Link& link)
 {
     looked_us_ = machine_us();
-    for (Link* const link : both_) {
-        int error = link->take();
-        if (error == 0 && link->is_late(answer_patience_ms * 1000U))
-            error = -ETIMEDOUT;
-        if (error != 0)
-            drop(error);
-    }
+    const int error = link.take();
+    drop(error == 0 && link.is_late(answer_patience_ms * 1000U) ? -ETIMEDOUT : error);
+}
+
+void RedisStore::look_at_both()
+{
+    look_at(messages_);
+    look_at(commands_);
 }
 
 void RedisStore::callback_ended()
@@ -216,14 +216,14 @@ void RedisStore::serve(Link& link)
         if (link.watched)
             loop_->remove(link.descriptor(), *link.watched);
         link.watched = condition;
-        const auto ready = [](int, void* user) {
-            static_cast<RedisStore*>(user)->look_at_both();
+        const auto ready = [](int fd, void* user) {
+            auto* const self = static_cast<RedisStore*>(user);
+            self->look_at(fd == self->messages_.descriptor() ? self->messages_ : self->commands_);
             return 0;
         };
         error = loop_->add(link.descriptor(), condition, ready, this);
     }
-    if (error != 0)
-        drop(error);
+    drop(error);
 }
 
 } // namespace host

@@ -141,10 +141,8 @@ void RedisStore::take_values(Reply& reply, std::size_t count, std::vector<Value>
 // Of the next page; "0" behind the last one. The names of keys are left.
 std::string RedisStore::take_cursor(Reply& page)
 {
-    if (page.elements.empty()) {
-        refuse("it answers", page);
-        return "0";
-    }
+    if (page.elements.empty())
+        return refuse("it answers", page), "0";
     std::string cursor = std::move(page.elements.front().text);
     page.elements.erase(page.elements.begin());
     return cursor;

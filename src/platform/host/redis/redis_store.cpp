@@ -54,8 +54,7 @@ int RedisStore::wait_for(Connection::Words words, const Connection::Handler& han
     while (error == 0 && !done && usable())
         error = commands_.wait(deadline);
     used_us_ += machine_us() - begin;
-    if (error != 0)
-        drop(error);
+    drop(error);
     return error == 0 && !usable() ? -EACCES : error;
 }
 
@@ -135,11 +134,11 @@ int RedisStore::write(std::span<const Write> writes)
         if (usable())
             track(write.key); // it may be read one day, and then nobody waits
     }
-    if (!kept && !usable())
-        return -ENOSPC;
-    changes_.queue(writes);
     if (usable())
         send(writes);
+    else if (!kept)
+        return -ENOSPC;
+    changes_.queue(writes);
     return 0;
 }
 
@@ -187,11 +186,9 @@ void RedisStore::send_owed()
             log(5, "takes what is written again");
         return;
     }
-    for (const std::string& key : keys) {
-        const Write write{key, mirror_.find(key)->value};
-        send({&write, 1});
-    }
     sending_owed_ = true;
+    for (const std::string& key : keys)
+        send(std::array{Write{key, mirror_.find(key)->value}});
     commands_.ask({"PING"}, [this, before = refusals_](const Reply&) {
         sending_owed_ = false;
         if (refusals_ == before)

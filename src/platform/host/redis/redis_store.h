@@ -8,8 +8,7 @@
 //              connect()         both have greeted us          finish(): all has been read
 //     down ---------------> connecting ---------> synchronising -------------------> live
 //      ^  after 50 to 200 ms    |                      |                              |
-//      +------------------------+----------- drop() ---+------------------------------+
-//                 any failure: one line for the loss, and one for the way back
+//      +------------------------+-- any failure: drop() ------------------------------+
 //
 // To synchronise: begin to track, list the keys, read those that are mirrored or followed a piece
 // at a time, compare, tell all differences together, write again what was lost. The same happens
@@ -25,8 +24,6 @@
 
 #include <array>
 #include <memory>
-#include <set>
-#include <utility>
 
 #include "host/base/endpoint.h"
 #include "host/config/mirror.h"
@@ -102,7 +99,8 @@ private:
     void refuse(const std::string& what, const Reply& reply);
     void become_live(std::size_t changes);
     void drop(const std::string& why, bool refused = false);
-    void drop(int error);
+    void drop(int error); // nothing at 0
+    void look_at(Link& link);
     void look_at_both();
     void look_later(bool soon);
     void serve(Link& link);

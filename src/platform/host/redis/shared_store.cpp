@@ -17,8 +17,7 @@ std::string read_password(const std::string& file, std::string& error)
     std::string password = read_text(file, &error).value_or("");
     password.resize(std::min(password.find_first_of("\r\n"), password.size()));
     if (error.empty() && (password.empty() || password.size() > longest_password))
-        error = "the first line is to be a password of at most " +
-                std::to_string(longest_password) + " characters";
+        error = "the first line is no password of at most 512 characters";
     return password;
 }
 

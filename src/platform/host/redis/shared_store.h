@@ -11,8 +11,7 @@
 
 namespace host {
 
-// Ends the process, with that line as its last word.
-using GiveUp = void (*)(const std::string& why);
+using GiveUp = void (*)(const std::string& why); // ends the process, with that as its last word
 
 // Where the server is, "unix:/path" or "tcp:host:port", either with "#N" behind it for the database
 // of that number, and the file with its password, empty for none.
