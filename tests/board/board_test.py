@@ -26,6 +26,8 @@ def contract(report, machine):
             test = suite + name.strip()
             if "redis" in test.lower() or "shared" in test.lower():
                 continue  # the board has no database server
+            if "Outlet" in test:
+                continue  # floods the serial line, through which the machine answers
             status, output = machine.run(
                 f"BOARD_TEST_ON_KERNEL=1 platform_tests --gtest_filter='{test}' "
                 "--gtest_brief=1 --gtest_color=no")

@@ -74,6 +74,7 @@ protected:
             return;
         unsetenv("AP_BOARD_ROOT");
         root_ = "";
+        host::forget_instance();
     }
 };
 
