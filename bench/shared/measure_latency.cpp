@@ -6,7 +6,6 @@
 //
 // The server at SOCKET and the daemon on the qv1202B board in BOARD must be running. Every
 // round measures all of it, one after the other, so that the ratios hold on a busy machine too.
-#include <hiredis/hiredis.h>
 #include <poll.h>
 #include <signal.h>
 #include <sys/inotify.h>
@@ -22,6 +21,8 @@
 #include <string>
 #include <vector>
 
+#include "measuring.h"
+
 namespace {
 
 constexpr int patience_ms = 2000;
@@ -35,31 +36,6 @@ using Samples = std::vector<double>; // microseconds
 double since(Clock::time_point begin)
 {
     return std::chrono::duration<double, std::micro>(Clock::now() - begin).count();
-}
-
-[[noreturn]] void fail(const char* what)
-{
-    std::fprintf(stderr, "measure_latency: %s\n", what);
-    std::exit(1);
-}
-
-redisContext* connect(const char* socket)
-{
-    redisContext* const context = redisConnectUnix(socket);
-    if (context == nullptr || context->err != 0)
-        fail("no server");
-    return context;
-}
-
-template <typename... Values>
-std::string ask(redisContext* context, const char* format, Values... values)
-{
-    auto* const reply = static_cast<redisReply*>(redisCommand(context, format, values...));
-    if (reply == nullptr)
-        fail("the server is gone");
-    std::string text = reply->str != nullptr ? std::string(reply->str, reply->len) : "";
-    freeReplyObject(reply);
-    return text;
 }
 
 // The bare client. Never returns.
@@ -120,12 +96,6 @@ void drain(int descriptor)
     }
 }
 
-double percentile(Samples samples, double part)
-{
-    std::sort(samples.begin(), samples.end());
-    return samples[static_cast<std::size_t>(part * static_cast<double>(samples.size() - 1))];
-}
-
 void print(const char* name, const Samples& samples, double floor)
 {
     const double median = percentile(samples, 0.5);
@@ -155,11 +125,9 @@ int main(int argc, char** argv)
     const int rounds = argc > 3 ? std::atoi(argv[3]) : 1000;
     const std::string floor_file = board + "/floor";
     std::ofstream(floor_file).flush();
-    const pid_t floor_client = fork();
+    const pid_t floor_client = new_process();
     if (floor_client == 0)
         be_the_floor(socket, floor_file);
-    if (floor_client < 0) // which would mean every process to kill()
-        fail("no process for the floor");
 
     redisContext* const client = connect(socket);
     redisContext* const listener = connect(socket);

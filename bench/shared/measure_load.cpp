@@ -5,7 +5,6 @@
 //
 // The server at SOCKET and the daemon on the qv1202B board in BOARD must be running.
 #include <arpa/inet.h>
-#include <hiredis/hiredis.h>
 #include <poll.h>
 #include <signal.h>
 #include <sys/inotify.h>
@@ -22,6 +21,8 @@
 #include <string>
 #include <vector>
 
+#include "measuring.h"
+
 namespace {
 
 constexpr int patience_ms = 20'000;
@@ -33,31 +34,6 @@ constexpr const char* warm_status = "ram.status.power_management.lan.poe.pwr_con
 
 using Clock = std::chrono::steady_clock;
 using Samples = std::vector<double>; // milliseconds
-
-[[noreturn]] void fail(const char* what)
-{
-    std::fprintf(stderr, "measure_load: %s\n", what);
-    std::exit(1);
-}
-
-redisContext* connect(const char* socket)
-{
-    redisContext* const context = redisConnectUnix(socket);
-    if (context == nullptr || context->err != 0)
-        fail("no server");
-    return context;
-}
-
-template <typename... Values>
-std::string ask(redisContext* context, const char* format, Values... values)
-{
-    auto* const reply = static_cast<redisReply*>(redisCommand(context, format, values...));
-    if (reply == nullptr)
-        fail("the server is gone");
-    std::string text = reply->str != nullptr ? std::string(reply->str, reply->len) : "";
-    freeReplyObject(reply);
-    return text;
-}
 
 // Writes that key, "%d" in it counted up to `different`, until it is killed.
 [[noreturn]] void flood(const char* socket, const char* key, int different)
@@ -196,7 +172,7 @@ int main(int argc, char** argv)
         std::vector<pid_t> loaders;
         const auto begin_load = [&] {
             for (int i = 0; i < one.loaders; ++i) {
-                loaders.push_back(fork());
+                loaders.push_back(new_process());
                 if (loaders.back() == 0)
                     one.load();
             }

@@ -4,7 +4,6 @@
 //
 //   measure_start DAEMON SOCKET BOARD [ROUNDS]
 #include <fcntl.h>
-#include <hiredis/hiredis.h>
 #include <poll.h>
 #include <signal.h>
 #include <sys/socket.h>
@@ -22,17 +21,13 @@
 #include <string>
 #include <vector>
 
+#include "measuring.h"
+
 namespace {
 
 constexpr int patience_ms = 5000;
 
 using Clock = std::chrono::steady_clock;
-
-[[noreturn]] void fail(const char* what)
-{
-    std::fprintf(stderr, "measure_start: %s\n", what);
-    std::exit(1);
-}
 
 int listen_for_ready(const std::string& path)
 {
@@ -65,7 +60,7 @@ void load_seed(redisContext* client, const std::string& file)
 double start(const char* daemon, int ready)
 {
     const Clock::time_point begin = Clock::now();
-    const pid_t process = fork();
+    const pid_t process = new_process();
     if (process == 0) {
         const int nothing = open("/dev/null", O_RDWR);
         for (int fd = 0; fd <= 2; ++fd)
@@ -92,12 +87,6 @@ double start(const char* daemon, int ready)
     return time;
 }
 
-double percentile(std::vector<double> samples, double part)
-{
-    std::sort(samples.begin(), samples.end());
-    return samples[static_cast<std::size_t>(part * static_cast<double>(samples.size() - 1))];
-}
-
 } // namespace
 
 int main(int argc, char** argv)
@@ -106,9 +95,7 @@ int main(int argc, char** argv)
         fail("DAEMON SOCKET BOARD [ROUNDS]");
     const std::string board = argv[3];
     const int rounds = argc > 4 ? std::atoi(argv[4]) : 200;
-    redisContext* const client = redisConnectUnix(argv[2]);
-    if (client == nullptr || client->err != 0)
-        fail("no server");
+    redisContext* const client = connect(argv[2]);
     const int ready = listen_for_ready(board + "/ready");
     setenv("AP_BOARD_ROOT", board.c_str(), 1);
     std::vector<double> in_process;
