@@ -110,8 +110,11 @@ TEST_F(RedisBreak, ARestartedServerGetsItsStatusBack)
         freeReplyObject(redisCommand(listener.get(), "PSUBSCRIBE some.*"));
         others.emplace_back(server);
         EXPECT_TRUE(run_until(State::live));
-        EXPECT_EQ(told(), "[in.mine=4][in.back=4][in.over=9][in.same=2 in.just=5][in.changed=2 "
-                          "in.gone=null in.new=3]");
+        const std::string own = "[in.mine=4][in.back=4][in.over=9]";
+        const std::string meanwhile = "[in.same=2 in.just=5]";
+        const std::string away = "[in.changed=2 in.gone=null in.new=3]";
+        const std::string known = told(); // whichever is known first
+        EXPECT_TRUE(known == own + meanwhile + away || known == own + away + meanwhile) << known;
         void* signal = nullptr;
         redisGetReply(listener.get(), &signal);
         EXPECT_STREQ(static_cast<redisReply*>(signal)->element[2]->str, "some.definition");
