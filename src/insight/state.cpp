@@ -8,6 +8,7 @@
 #include "base/terminal.h"
 #include "insight/text.h"
 #include "models/models.h"
+#include "temperature/protection_status.h"
 #include "temperature/readings.h"
 
 namespace power_man::insight {
@@ -119,6 +120,8 @@ std::string unknown_model_text()
 State present_state()
 {
     State state{present_model(), read_key(key::external_supply), {}, {}, {}};
+    if (database_is_away())
+        state.unprotected.emplace_back("the database is away, so no reading arrives");
     if (state.model == nullptr) {
         state.unprotected.push_back(unknown_model_text());
     } else {

@@ -42,6 +42,12 @@ void readings_changed(unsigned int count, const config_data_t* records, void*)
     update_status();
 }
 
+void database_moved(int away, void*)
+{
+    note_database(away != 0);
+    update_status();
+}
+
 int start_is_over(void*)
 {
     if (current != nullptr) {
@@ -64,6 +70,7 @@ void begin_protection(const Model* model)
             config_change_register(source.key, readings_changed, nullptr);
         config_change_register(key::external_supply, readings_changed, nullptr);
     }
+    config_away_register(database_moved, nullptr);
     fdloop_timer_add(main_fdloop, 0, start_is_over, nullptr);
 }
 

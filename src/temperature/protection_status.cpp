@@ -18,6 +18,8 @@
 namespace power_man {
 namespace {
 
+bool away_now = false;
+
 // All that the words depend on, so that they are made when it changes only.
 struct State {
     const Model* model = nullptr;
@@ -26,6 +28,7 @@ struct State {
     const Sensor* unread = nullptr;
     std::uint32_t hot = 0; // a bit for each of the model's sensors
     bool held = false;     // any consumer is
+    bool away = away_now;  // the database is
 
     bool operator==(const State&) const = default;
 };
@@ -71,6 +74,8 @@ std::string words(const State& state, std::int32_t hot_since)
     if (state.model == nullptr)
         return state.id.empty() ? "NOT PROTECTED: no platform id"
                                 : "NOT PROTECTED: unknown platform id " + state.id;
+    if (state.away)
+        return "NOT PROTECTED: the database is away";
     if (!state.supply_known)
         return "NOT PROTECTED: external supply unknown";
     if (state.unread != nullptr)
@@ -87,6 +92,16 @@ std::string words(const State& state, std::int32_t hot_since)
 }
 
 } // namespace
+
+void note_database(bool away)
+{
+    away_now = away;
+}
+
+bool database_is_away()
+{
+    return away_now;
+}
 
 void show_status(const Model* model)
 {

@@ -7,6 +7,7 @@
 #include <sys/un.h>
 
 #include "platform/redis_server.h"
+#include "support/manager.h"
 #include "support/process.h"
 #include "support/terminal.h"
 
@@ -127,6 +128,7 @@ private:
 
 TEST_F(SharedDatabase, EachTemperatureActsOnceThroughAllBreaks)
 {
+    const Manager manager(server.path("manager"));
     start_daemon(server.address());
     ASSERT_TRUE(comes_to("ram.status.interfaces.usb.extended_host_interface", "1"));
     redisContext* listener = listen();
@@ -142,8 +144,10 @@ TEST_F(SharedDatabase, EachTemperatureActsOnceThroughAllBreaks)
     EXPECT_EQ(count(listener), 0) << "the same temperature acts once";
 
     server.ask("SAVE");
+    manager.heard();
     server.kill();
     poll(nullptr, 0, 300);
+    EXPECT_EQ(manager.heard(), "STATUS=NOT PROTECTED: the database is away ");
     server.start();
     server.ask("DEL %s", limited.c_str()); // a status that was lost
     set_temperature(50);                   // a change that no event told
@@ -159,6 +163,7 @@ TEST_F(SharedDatabase, EachTemperatureActsOnceThroughAllBreaks)
     EXPECT_TRUE(comes_to(limited, "1"));
     EXPECT_EQ(count(listener), 1);
     EXPECT_EQ(log(), "hot lost back lost back cool hot ");
+    EXPECT_NE(manager.heard().find("STATUS=qv1202B limited since "), std::string::npos);
     EXPECT_EQ(end_daemon(), 0);
 }
 

@@ -150,3 +150,9 @@ int config_user_settings(const char* prefix)
         host::instance().store->set_user_settings(name);
     return error;
 }
+
+int config_away_register(config_away_callback callback, void* user)
+{
+    host::instance().absence.tell(callback, user);
+    return 0;
+}

@@ -52,6 +52,9 @@ public:
     // Somebody has left that key; others may follow it still.
     virtual void unfollow(std::string_view) {}
 
+    // It was reached, cannot be now, and is looked for.
+    virtual bool is_away() const { return false; }
+
     // As config_user_settings() and cbus_repeat().
     virtual void set_user_settings(std::string_view) {}
     virtual void repeat(std::string_view) {}

@@ -88,9 +88,9 @@ std::unique_ptr<Store> open_store(const Settings& settings, ChangeDispatcher& ch
 
 Host::Host(Settings given)
     : settings(std::move(given)), journal(clock), log(journal, settings.log_level),
-      store(open_store(settings, changes, clock, log)), configuration(*store, changes, journal),
-      bus(*store, journal, clock), bus_name(log), devices(settings.board_root, journal, log),
-      sockets(settings.console_port, log),
+      store(open_store(settings, changes, clock, log)), absence(*store),
+      configuration(*store, changes, journal), bus(*store, journal, clock), bus_name(log),
+      devices(settings.board_root, journal, log), sockets(settings.console_port, log),
       supervision(log), shells{configuration, journal, bus, traces, loop, clock},
       terminal(shells, log)
 {
@@ -119,6 +119,7 @@ _fdloop_t* Host::make_loop()
     }
     store->attach(*loop); // first: what it reads is delivered in the same turn
     loop->add_deferred(&changes);
+    loop->add_deferred(&absence);
     sockets.attach(*loop);
     return loop.get();
 }

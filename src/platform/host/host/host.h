@@ -8,6 +8,7 @@
 #include "host/board/devices.h"
 #include "host/bus/bus.h"
 #include "host/bus/bus_name.h"
+#include "host/config/absence.h"
 #include "host/config/change_dispatcher.h"
 #include "host/config/configuration.h"
 #include "host/host/settings.h"
@@ -30,6 +31,7 @@ struct Host {
     TraceGroups traces;
     ChangeDispatcher changes;
     std::unique_ptr<Store> store;
+    Absence absence;
     Configuration configuration;
     _cbus_conn_t bus;
     BusName bus_name;

@@ -23,7 +23,6 @@
 #pragma once
 
 #include <array>
-#include <memory>
 
 #include "host/base/endpoint.h"
 #include "host/config/mirror.h"
@@ -68,6 +67,7 @@ public:
     void attach(_fdloop_t& loop) override;
     void follow(std::string_view key) override;
     void unfollow(std::string_view key) override;
+    bool is_away() const override { return lost_ms_ != 0; }
     void set_user_settings(std::string_view prefix) override { mirror_.set_user_settings(prefix); }
     void repeat(std::string_view signal) override { repeated_.emplace(signal); }
     int publish(std::string_view name, std::string_view payload) override;

@@ -127,6 +127,15 @@ int config_change_deregister(const char* key, config_change_callback callback, v
  */
 int config_user_settings(const char* prefix);
 
+/*
+ * Calls `callback` from the loop with 1 when the database is out of reach, and with 0 when it is
+ * back. In between reads are answered from what is known, own writes are made up for later, and
+ * what others change does not arrive. There is one callback, the last one given. Where the database
+ * cannot be out of reach it is never called.
+ */
+typedef void (*config_away_callback)(int away, void* user);
+int config_away_register(config_away_callback callback, void* user);
+
 #ifdef __cplusplus
 }
 #endif
