@@ -45,13 +45,24 @@ _power_manctl_config() {
     esac
 }
 
+# A sensor that there cannot be is refused with the names of those that there are.
+_power_manctl_sensors() {
+    local names
+    mapfile -t names < <(_power_manctl_ask thresholds '?' | sed -n 's/.*there are: //p' |
+        tr ',' '\n' | sed -n 's/^ *\([^ ]*\)$/\1/p')
+    [ ${#names[@]} -gt 0 ] || names=(mainboard hpa battery)
+    _power_manctl_offer "${names[@]}"
+}
+
 # The first word behind a command that has no keys.
 _power_manctl_argument() {
-    local sensors=(mainboard hpa battery)
     case $1 in
     status) _power_manctl_offer --json --openmetrics ;;
-    thresholds | whatif | history) _power_manctl_offer "${sensors[@]}" ;;
-    why) _power_manctl_offer usb extended poe phone isdn background connections "${sensors[@]}" ;;
+    thresholds | whatif | history) _power_manctl_sensors ;;
+    why)
+        _power_manctl_offer usb extended poe phone isdn background connections
+        _power_manctl_sensors
+        ;;
     esac
 }
 

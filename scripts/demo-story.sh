@@ -40,7 +40,7 @@ HPA N C N s ago Normal Operation state 0 (Normal)
  extended USB port off Radio Module since HH:MM:SS
  PoE off Radio Module since HH:MM:SS
 END
-told 'why extended' <<'END'
+told why extended <<'END'
 The extended USB port is off by heat since HH:MM:SS, when the Radio Module rose to 71 C (above 70).
 It returns when the Radio Module falls below 65 C.
 END

@@ -45,8 +45,6 @@ start_daemon() {
     database MSET "${pairs[@]}" >/dev/null
     start_monitor
     launch AP_DATABASE="unix:$work/database.sock"
-    exec {console}>&- # it opens when everything else is ready
-    console=
 }
 
 set_keys() { database MSET "$@" >/dev/null; }

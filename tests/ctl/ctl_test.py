@@ -206,7 +206,8 @@ class WithDaemon(unittest.TestCase):
                 "p config .": "get set del list watch", "p config get a..": "a.b. a.e",
                 "p config get a.b..": "a.b.c a.b.d", "p config set a.e 1 a.e.": "a.e",
                 "p config set a.e a.": "", "p config get a.b a.": "", "p nothing .": "",
-                "p why p.": "poe phone", "p history hpa 2.": "2h 24h",
+                "p why p.": "poe phone", "p whatif .": "battery",
+                "p history hpa 2.": "2h 24h",
                 f"p --host 127.0.0.1 --port = {self.port} lo.": "loop", "p --ti.": "--timeout"}),
                               (1, {"p .": "bus config help history journal loop status "
                                        "temp_status thresholds trace whatif why"})):
