@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# The built daemon with real clients: telnet, nc, and those that behave badly.
-#   end_to_end.sh POWER_MAN
+# The built daemon with real clients: telnet, nc, power_manctl, and those that behave badly.
+#   end_to_end.sh POWER_MAN POWER_MANCTL
 set -euo pipefail
 export LC_ALL=C
 daemon=$(realpath "$1")
+ctl=$(realpath "$2")
 cd "$(dirname "$0")/.."
 . scripts/common.sh
 . scripts/console.sh
@@ -50,11 +51,11 @@ by_telnet() {
         timeout 10 telnet 127.0.0.1 "$port" >"$work/telnet" 2>&1 || true
     grep -q 'Temp sensor name : Battery' "$work/telnet"
 }
-still_there() { [ "$(ask 'config get ram.platform.id')" = "qv1101A" ]; }
+still_there() { [ "$(ask config get ram.platform.id)" = "qv1101A" ]; }
 
 check 'nc' by_nc
 check 'telnet' by_telnet
-check 'the first client beside them' still_there
+check 'power_manctl' still_there
 
 second_ends() {
     local result=0

@@ -8,7 +8,7 @@ std::unique_ptr<Store> open_shared_store(const SharedDatabase& database, ChangeD
                                          Log&, GiveUp, std::string& error)
 {
     error = "AP_DATABASE: '" + database.address +
-            "': built without hiredis, there is only the in-process database; unset it";
+            "': built without a client for it, there is only the in-process database; unset it";
     return nullptr;
 }
 
