@@ -113,7 +113,7 @@ int run(const Options& options)
                   static_cast<std::int64_t>(1000 * options.step));
     if (!player.play(*trace, row)) {
         text.close();
-        return fail(player.error(), refused);
+        return fail(player.error(), terminal.error().empty() ? refused : cannot_write);
     }
     print_notes(options, *trace, terminal);
     if (!options.text.empty())
