@@ -21,6 +21,7 @@ public:
     bool next(Row& row) override;
     std::vector<std::string_view> keys() const override { return trace_->keys(); }
     std::vector<PassedOver> passed_over() const override { return trace_->passed_over(); }
+    std::string at_row(const std::string& reason) const override { return trace_->at_row(reason); }
     const Bytes& bytes() const override { return trace_->bytes(); }
 
 private:
