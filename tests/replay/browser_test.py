@@ -80,6 +80,7 @@ def main():
             lanes = re.findall('data-lane="([^"]*)"', done.stdout)
             expect(lanes == ["Radio Module", "HPA", "Connections closed",
                              "Background data limited", "Extended USB port off", "PoE off"], lanes)
+            expect("Background data limited: once." in done.stdout, "what is read aloud")
             expect('data-mark="reboot asked" d="M54600 .5h0"' in done.stdout, "the reboot's mark")
             expect(done.stdout.count('<line x1=') >= 4, "the ticks")
     print("the page is fine")
