@@ -266,6 +266,14 @@ class Outputs(Replay):
         waiting.stdin.close()
         self.assertIn(status, (-signal.SIGINT, 128 + signal.SIGINT))
 
+    def test_who_reads_no_further_ends_the_run_silently(self):
+        rows = "".join(f"{second},{60 + second % 2 * 20}\n" for second in range(3000))
+        (self.work / "trace.csv").write_text(f"t,{KEY}\n{rows}")
+        piped = subprocess.run(["sh", "-c", '"$@" | head -n 1', "sh", REPLAY,
+                                "--model", "qv1202B", self.work / "trace.csv"],
+                               env=self.environment, capture_output=True, timeout=60)
+        self.assertEqual((piped.stdout.count(b"\n"), piped.stderr), (1, b""))
+
     def test_a_day_at_1_hz_is_a_small_page_with_every_transition(self):
         def wave(second):  # one up and down every half hour, and noise
             return 60 + abs(second % 1800 - 900) // 50 + second * 7919 % 3

@@ -29,7 +29,8 @@ constexpr int refused = 2;
 
 int fail(const std::string& error, int status)
 {
-    std::fprintf(stderr, "power_man-replay: %s\n", error.c_str());
+    if (interruption() == 0) // or the signal tells
+        std::fprintf(stderr, "power_man-replay: %s\n", error.c_str());
     return status;
 }
 

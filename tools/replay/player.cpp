@@ -41,9 +41,11 @@ bool Player::take(const Condition& condition)
 // What the row says; what the daemon does about it is up to the loop.
 bool Player::apply(const Row& row)
 {
-    for (const Condition& condition : row.conditions) {
-        if (!take(condition))
-            return false;
+    for (const bool of_all : {true, false}) { // what one consumer has for itself comes last
+        for (const Condition& condition : row.conditions) {
+            if ((condition.name == "load") == of_all && !take(condition))
+                return false;
+        }
     }
     for (const SensorHeat& heat : heat_) {
         const std::string_view key = model_.sensors[heat.sensor].key;
@@ -146,10 +148,8 @@ bool Player::play(Trace& trace, Row& row)
         terminal_.pass_until(now);
         progress.at(now);
     }
-    if (interruption() != 0) {
-        error_ = "interrupted";
+    if (interruption() != 0)
         return false;
-    }
     if (trace.failed()) {
         error_ = trace.error();
         return false;

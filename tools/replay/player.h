@@ -26,7 +26,7 @@ public:
     }
 
     // `first` is the first row of the trace. False, with one line in error(), when the trace or
-    // the board fails, or somebody has interrupted it.
+    // the board fails; false, too, when somebody has interrupted it.
     bool play(Trace& trace, Row& first);
 
     const std::string& error() const { return error_; }
