@@ -119,6 +119,11 @@ class Input(Replay):
                          ["00:00:55  Radio Module 71", "00:01:20  Radio Module 76",
                           "00:03:20  Radio Module -2"])
 
+        rows = f"t,{KEY},x\n0,60,\n30,,1\n60,,\n100,80,\n200,-,\n300,60,\n"
+        self.assertEqual([line[:25] for line in self.story(rows, "--interpolate")],
+                         ["00:00:55  Radio Module 71", "00:01:20  Radio Module 76",
+                          "00:05:00  Radio Module 60"])
+
     def test_a_recording_is_replayed_without_what_the_daemon_wrote(self):
         def line(at, *words):
             quoted = " ".join('"' + word + '"' for word in words)

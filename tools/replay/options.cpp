@@ -34,7 +34,7 @@ constexpr const char* usage_options =
     "\n"
     "  --supply on|off   the external supply, where the trace does not tell it (on)\n"
     "  --seed FILE       other keys of the database at the start: 'key = value' lines\n"
-    "  --interpolate     one write for each degree between two rows of a table\n"
+    "  --interpolate     one write for each degree between a temperature and its next one\n"
     "  --heat FILE       closed loop: the trace tells 'ambient' and 'load', and this file how the\n"
     "                    terminal's sensors get warm from them\n"
     "  --step SECONDS    of the closed loop (1)\n"
