@@ -55,6 +55,15 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/power_man.cdx.json DESTINATION ${CMAKE
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME power-man)
+# One package for the terminal; what is not for it has one of its own.
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_COMPONENTS_ALL Unspecified)
+set(CPACK_DEBIAN_UNSPECIFIED_PACKAGE_NAME power-man)
+if(POWER_MAN_REPLAY)
+    list(APPEND CPACK_COMPONENTS_ALL replay)
+    set(CPACK_DEBIAN_REPLAY_PACKAGE_NAME power-man-replay)
+    set(CPACK_DEBIAN_REPLAY_DESCRIPTION "Replay of readings through the power management")
+endif()
 set(CPACK_PACKAGE_CONTACT "The power_man authors <power_man@localhost>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Power management of a communication terminal")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
@@ -62,9 +71,9 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION admin)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_SUGGESTS "redis-server, telnet")
+set(CPACK_DEBIAN_UNSPECIFIED_PACKAGE_SUGGESTS "redis-server, telnet")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
-set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA
+set(CPACK_DEBIAN_UNSPECIFIED_PACKAGE_CONTROL_EXTRA
     ${CMAKE_CURRENT_SOURCE_DIR}/packaging/debian/conffiles
     ${CMAKE_CURRENT_SOURCE_DIR}/packaging/debian/postinst
     ${CMAKE_CURRENT_SOURCE_DIR}/packaging/debian/prerm)

@@ -1,7 +1,9 @@
 # SPDX-License-Identifier: MIT
 # The page in a real browser: nothing is logged as an error, and lanes, marks, zoom and readout of a
-# known trace are there. Skipped (77) where there is no chromium.
+# known trace are there. Skipped (77) where there is no chromium, unless POWER_MAN_BROWSER says that
+# there must be one.
 #   browser_test.py REPLAY SOURCE_DIR
+import os
 import pathlib
 import re
 import shutil
@@ -49,6 +51,7 @@ def expect(condition, what):
 
 def main():
     if BROWSER is None:
+        expect(os.environ.get("POWER_MAN_BROWSER") != "required", "there is no chromium")
         print("skipped: there is no chromium")
         sys.exit(77)
     with tempfile.TemporaryDirectory(ignore_cleanup_errors=True) as directory:
@@ -77,6 +80,7 @@ def main():
             lanes = re.findall('data-lane="([^"]*)"', done.stdout)
             expect(lanes == ["Radio Module", "HPA", "Connections closed",
                              "Background data limited", "Extended USB port off", "PoE off"], lanes)
+            expect("Background data limited: once." in done.stdout, "what is read aloud")
             expect('data-mark="reboot asked" d="M54600 .5h0"' in done.stdout, "the reboot's mark")
             expect(done.stdout.count('<line x1=') >= 4, "the ticks")
     print("the page is fine")

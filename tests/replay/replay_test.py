@@ -19,6 +19,12 @@ TRACES = SOURCE / "share/traces"
 KEY = "rmcfg.sys.mainboard.temperature"
 
 
+def changes(output):
+    """The changes of interval, without what the daemon logged and did about them."""
+    return [line for line in output.decode().splitlines()
+            if " -> " in line and not line.lstrip().startswith("log ")]
+
+
 class Replay(unittest.TestCase):
     maxDiff = None
 
@@ -44,12 +50,11 @@ class Replay(unittest.TestCase):
         return done.stdout.decode()
 
     def story(self, content, *arguments, model="qv1202B"):
-        """What the daemon did, without the table and without what it wrote."""
+        """The changes of interval, each behind its time."""
         content = content if isinstance(content, bytes) else content.encode()
         text = self.run_replay("--model", model, *arguments, "-", content=content)
         self.assertEqual(text.returncode, 0, text.stderr)
-        lines = text.stdout.decode().split("\n\n")[0].splitlines()[1:]
-        return [line for line in lines if not re.match(r" +(set|pin|raise|clear|signal) ", line)]
+        return changes(text.stdout)
 
 
 class Traces(Replay):
@@ -80,6 +85,7 @@ class Input(Replay):
             "no line end": rows.rstrip("\n"),
             "carriage returns, a mark, comments": "\ufeff# a\n" + rows.replace("\n", "\r\n") + "\r\n",
             "quotes and blanks": f'"time", "x""y" ,"{KEY}"\n"0",, 40 \n100.000,,"71"\n',
+            "columns without a name": f"time,,{KEY},,\n0,,40,,\n100,,71,,\n",
         }
         for name, form in forms.items():
             with self.subTest(name):
@@ -102,7 +108,7 @@ class Input(Replay):
         supply = "ram.status.psumcu.events.external_supply"
         rows = f"t,{KEY},{supply}\n0,40,\n1,71,-\n2,72,\n3,,1\n4,73,\n"
         self.assertEqual(self.story(rows),
-                         ["00:00:04  Radio Module 73: Normal Operation -> Reduced Performance"])
+                         ["          Radio Module 72: Normal Operation -> Reduced Performance"])
 
     def test_interpolation_makes_every_degree_a_reading(self):
         rows = f"t,{KEY}\n0,60\n100,80\n100,80\n200,-2147483648\n"
@@ -113,6 +119,11 @@ class Input(Replay):
                          ["00:00:55  Radio Module 71", "00:01:20  Radio Module 76",
                           "00:03:20  Radio Module -2"])
 
+        rows = f"t,{KEY},x\n0,60,\n30,,1\n60,,\n100,80,\n200,-,\n300,60,\n"
+        self.assertEqual([line[:25] for line in self.story(rows, "--interpolate")],
+                         ["00:00:55  Radio Module 71", "00:01:20  Radio Module 76",
+                          "00:05:00  Radio Module 60"])
+
     def test_a_recording_is_replayed_without_what_the_daemon_wrote(self):
         def line(at, *words):
             quoted = " ".join('"' + word + '"' for word in words)
@@ -122,7 +133,7 @@ class Input(Replay):
             line("02.0", "MSET", "a", r"\x00\"\\\n", KEY, "71"),
             line("03.0", "SET", "ram.status.power_management.limit_background", "0"),
             line("04.0", "SET", KEY, "90", "NX"), line("05.0", "SET", "ram.platform.id", "x"),
-            line("06.0", "SETEX", KEY, "5", "76"), line("07.0", "SET", KEY)[:-3] + "\n",
+            line("06.0", "SET", KEY, "76"), line("06.0", "SETEX", KEY, "5", "77"), line("07.0", "SET", KEY)[:-3] + "\n",
             line("08.0", "DEL", KEY, "b"), "noise\n",
             line("01.0", "SET", KEY, "64"),  # the clock was set: time goes on
             line("03.0", "SET", KEY, "63"), line("05.0", "PING")])
@@ -134,17 +145,18 @@ class Input(Replay):
             ["2023-11-14 22:13:28", "Radio Module 64: Closing connections -> Normal Operation"]])
         self.assertIn("Time: 00:00:10.500", done.stdout.decode())
         notes = re.findall(r"passed over (\d+): (\w+)", done.stderr.decode())
-        self.assertEqual(notes, [("4", "other"), ("1", "SET"), ("1", "keys"), ("1", "the"),
+        self.assertEqual(notes, [("5", "other"), ("1", "SET"), ("1", "keys"), ("1", "the"),
                                  ("1", "lines"), ("1", "times")])
 
     def test_a_seed_gives_other_keys_and_the_supply_its_option(self):
         seed = self.work / "seed"
         seed.write_text(f"{KEY} = 75\nram.platform.id = qv2500A\n")
-        rows = b"t,other.key\n0,1\n"
+        rows = b"t,other.key,line.81\n0,1,1\n"
         done = self.run_replay("--model", "qv1202B", "--seed", seed, "-", content=rows)
         self.assertIn(b"highest 75", done.stdout)
         self.assertEqual(done.stderr.decode(),
-                         "-: note: the daemon follows no key 'other.key'\n")
+                         "standard input: note: the daemon does not follow 'other.key'\n"
+                         "standard input: note: the daemon does not follow 'line.81'\n")
         battery = "t,ram.status.battery.1.temperature\n0,60\n"
         self.assertEqual(self.story(battery, model="qv1101A"), [])
         self.assertIn("-> Power Off",
@@ -166,6 +178,9 @@ class Refusals(Replay):
                 (head, "it has no row"),
                 (bytes(range(256)) * 40, ":1: this is neither"),
                 ("just words\n", ":1: this is neither"),
+                ("0,40\n1,75\n", ":1: column 1: '0' is a time: the first line names"),
+                ("time,,\n0,,\n", ":1: there is no column beside"),
+                ("time,a,\n0,1,2\n", ":2: column 3: the column has no name"),
                 (f"time,{KEY},{KEY}\n0,1,2\n", ":1: column 3: there is another column"),
                 ("time,a b\n0,1\n", ":1: column 2: 'a b' cannot be a key"),
                 ("time,ram.platform.id\n0,1\n", ":1: column 2: the model is told by --model"),
@@ -182,7 +197,7 @@ class Refusals(Replay):
                 (head + "0," + "1" * 70000, ":2: column 2: its value is refused"),
                 ("t,line.81\n0,2\n", ":2: column 2: '2' is no level"),
                 ("t,ambient\n0,nan\n", ":2: column 2: 'nan' is no number"),
-                ("t,ambient\n0,20\n", "--heat is missing"),
+                ("t,ambient\n0,20\n", ":2: the trace tells 'ambient', which is for a closed loop"),
                 (b"\x1f\x8b\x08", "compressed"),
                 (gzip.compress(head.encode() * 9)[:-12], "compressed")]:
             with self.subTest(reason):
@@ -195,12 +210,14 @@ class Refusals(Replay):
                 ("sensor Nose\n", ":1: a qv1202B has no sensor 'Nose'"),
                 ("sensor HPA\n", ":1: HPA reports a state"),
                 ("sensor Radio Module\noff = 1\n", "no 'time constant'"),
+                ("sensor Radio Module\ntime constant = 1\n" * 2, ":3: Radio Module is described"),
                 ("sensor Radio Module\ntime constant = 0\n", ":2: a time constant"),
                 ("sensor Radio Module\nPoE = -3\n", ":2: '-3' is no number"),
                 ("sensor Radio Module\ntea = 3\n", ":2: 'tea' is neither")]:
             heat.write_text(content)
             with self.subTest(reason):
                 self.refused("t,ambient\n0,20\n", reason, "--heat", heat)
+        self.refused("t,ambient\n0,20\n", "not a regular file", "--heat", "/")
 
     def test_wrong_use(self):
         for arguments in [["x"], ["--model", "qv0", "x"], ["--model", "qv1202B"],
@@ -228,6 +245,16 @@ class Outputs(Replay):
                                 env=self.environment, stderr=subprocess.PIPE, timeout=60)
         self.assertEqual(closed.returncode, 1, closed.stderr)
 
+    def test_no_output_is_written_over_an_input_or_another(self):
+        trace, link = self.work / "trace.csv", self.work / "link"
+        trace.write_text(f"t,{KEY}\n0,40\n")
+        link.symlink_to(trace)
+        for options in [["--html", link], ["--svg", trace], ["--seed", link, "--text", trace],
+                        ["--svg", "x", "--html", "x"], ["--text", "-", "--html", "-"]]:
+            done = self.run_replay("--model", "qv1202B", *options, trace)
+            self.assertEqual((done.returncode, done.stdout), (2, b""), options)
+        self.assertEqual(trace.read_text(), f"t,{KEY}\n0,40\n")
+
     def test_an_interruption_leaves_nothing_behind(self):
         waiting = subprocess.Popen([REPLAY, "--model", "qv1202B", "-"], stdin=subprocess.PIPE,
                                    stdout=subprocess.DEVNULL, env=self.environment,
@@ -244,6 +271,14 @@ class Outputs(Replay):
         waiting.stdin.close()
         self.assertIn(status, (-signal.SIGINT, 128 + signal.SIGINT))
 
+    def test_who_reads_no_further_ends_the_run_silently(self):
+        rows = "".join(f"{second},{60 + second % 2 * 20}\n" for second in range(3000))
+        (self.work / "trace.csv").write_text(f"t,{KEY}\n{rows}")
+        piped = subprocess.run(["sh", "-c", '"$@" | head -n 1', "sh", REPLAY,
+                                "--model", "qv1202B", self.work / "trace.csv"],
+                               env=self.environment, capture_output=True, timeout=60)
+        self.assertEqual((piped.stdout.count(b"\n"), piped.stderr), (1, b""))
+
     def test_a_day_at_1_hz_is_a_small_page_with_every_transition(self):
         def wave(second):  # one up and down every half hour, and noise
             return 60 + abs(second % 1800 - 900) // 50 + second * 7919 % 3
@@ -251,7 +286,7 @@ class Outputs(Replay):
         page = self.work / "day.html"
         text = self.text("--model", "qv1202B", "--html", page, "--text", "-", "-",
                          content=f"t,{KEY}\n{rows}".encode())
-        self.assertEqual(text.count(" -> "), page.read_text().count("<td>Radio Module "))
+        self.assertEqual(len(changes(text.encode())), page.read_text().count("<td>Radio Module "))
         self.assertLess(page.stat().st_size, 2_000_000)
         dots = re.search('class="dots" d="([^"]*)"', page.read_text())[1]
         self.assertGreater(dots.count("M"), 90)

@@ -99,6 +99,10 @@ bool CsvTrace::split(std::span<char> line)
 
 bool CsvTrace::read_name(std::string_view name)
 {
+    if (name.empty()) { // spreadsheets add some; nothing may stand below
+        columns_.push_back({});
+        return true;
+    }
     const auto same = [name](const Column& column) { return column.name == name; };
     if (std::any_of(columns_.begin(), columns_.end(), same))
         return refuse_cell("there is another column " + shown(name));
@@ -117,11 +121,16 @@ bool CsvTrace::read_names()
     std::span<char> line;
     if (!lines_.next(line) || !split(line))
         return false;
+    column_ = 1;
+    if (parse_moment(cells_.front()))
+        return refuse_cell(shown(cells_.front()) + " is a time: the first line names the columns");
     for (column_ = 2; column_ <= cells_.size(); ++column_) {
         if (!read_name(cells_[column_ - 1]))
             return false;
     }
-    return !columns_.empty() || refuse("there is no column beside that of the time");
+    return std::any_of(columns_.begin(), columns_.end(),
+                       [](const Column& column) { return !column.name.empty(); }) ||
+           refuse("there is no column beside that of the time");
 }
 
 bool CsvTrace::read_condition(const Column& column, std::string_view cell, Row& row)
@@ -157,7 +166,7 @@ bool CsvTrace::read_row(Row& row)
         const std::string_view cell = cells_[column_ - 1];
         if (cell.empty())
             continue;
-        if (column_ > columns_.size() + 1)
+        if (column_ > columns_.size() + 1 || columns_[column_ - 2].name.empty())
             return refuse_cell("the column has no name");
         const Column& column = columns_[column_ - 2];
         if (column.is_condition) {
@@ -176,7 +185,7 @@ std::vector<std::string_view> CsvTrace::keys() const
 {
     std::vector<std::string_view> keys;
     for (const Column& column : columns_) {
-        if (!column.is_condition)
+        if (!column.name.empty() && (!column.is_condition || column.is_line))
             keys.emplace_back(column.name);
     }
     return keys;

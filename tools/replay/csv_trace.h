@@ -23,13 +23,14 @@ public:
 
     bool next(Row& row) override;
     std::vector<std::string_view> keys() const override;
+    std::string at_row(const std::string& reason) const override { return lines_.at_line(reason); }
     const Bytes& bytes() const override { return lines_.bytes(); }
 
 private:
     struct Column {
-        std::string name;
-        bool is_condition;
-        bool is_line; // a wire: 0 or 1
+        std::string name; // empty: nothing may stand below
+        bool is_condition = false;
+        bool is_line = false; // a wire: 0 or 1
     };
 
     bool read_names();

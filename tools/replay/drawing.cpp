@@ -22,6 +22,11 @@ constexpr int file_title = 44;
 
 constexpr std::size_t long_path = 1000; // characters: worth to be named and used again
 
+std::string times_text(std::size_t times)
+{
+    return times == 1 ? "once" : std::to_string(times) + " times";
+}
+
 } // namespace
 
 Drawing::Drawing(const Subject& subject, const Picture& picture)
@@ -69,10 +74,10 @@ std::string Drawing::description() const
         text += panel.words();
     for (const Lane& lane : lanes_) {
         if (lane.spans != nullptr)
-            text += formatted(" %s: %zu times.", lane.name.c_str(), lane.spans->all().size());
+            text += " " + lane.name + ": " + times_text(lane.spans->times()) + ".";
     }
     for (const auto& [what, times] : picture_.marks)
-        text += formatted(" %s: %zu times.", what.c_str(), times.size());
+        text += " " + what + ": " + times_text(times.size()) + ".";
     return text;
 }
 

@@ -4,15 +4,18 @@
 #include <deque>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "trace.h"
 
 namespace replay {
 
-// A trace whose temperatures do not jump: between two rows that both have one, every degree on the
-// way is a row of its own, at equal intervals. A step of more than 1000 degrees stays one.
+// A trace whose temperatures do not jump: every degree between a temperature and its next one is a
+// row of its own, at equal intervals. They do jump over more than 1000 degrees, over more than
+// 10000 rows without that temperature, and over a value that is no number or was removed.
 class InterpolatedTrace : public Trace {
 public:
     // `temperatures`: the keys that hold degrees; "ambient" is one, too.
@@ -21,33 +24,37 @@ public:
     bool next(Row& row) override;
     std::vector<std::string_view> keys() const override { return trace_->keys(); }
     std::vector<PassedOver> passed_over() const override { return trace_->passed_over(); }
+    std::string at_row(const std::string& reason) const override { return given_.place + reason; }
     const Bytes& bytes() const override { return trace_->bytes(); }
 
 private:
-    struct Step {
-        std::int64_t time_ms;
-        std::string_view name; // a key of `last_`
+    // A row that waits, with texts of its own.
+    struct Waiting {
+        std::int64_t time_ms = 0;
+        std::vector<std::pair<std::string, std::optional<std::string>>> writes;
+        std::vector<std::pair<std::string, double>> conditions;
+        std::string place; // "FILE:LINE: "
+    };
+
+    // A temperature, and when it had that.
+    struct Last {
         std::int64_t degrees;
-        bool is_condition;
+        std::int64_t time_ms;
+        std::uint64_t row;
     };
 
     bool fetch();
-    void add_steps(std::string_view name, std::int64_t degrees, bool is_condition);
-    void give(const Step& step, Row& row);
+    bool front_is_ready() const;
+    void take(std::string_view name, std::optional<std::int64_t> degrees, bool is_condition);
 
     std::unique_ptr<Trace> trace_;
-    struct Last {
-        std::int64_t degrees = 0;
-        std::uint64_t row = 0; // where that stood; 0: nowhere yet
-    };
-
-    std::map<std::string, Last, std::less<>> last_; // by the names of the temperatures
-    std::uint64_t row_ = 0;                         // the pending one's number
-    Row pending_;
-    std::deque<Step> steps_; // up to the pending row
-    std::int64_t last_ms_ = 0;
-    std::string text_; // of the step that was given
-    bool has_pending_ = false;
+    Row row_; // read last
+    std::uint64_t rows_ = 0;
+    std::map<std::string, std::optional<Last>, std::less<>> last_; // by name
+    std::deque<Waiting> waiting_; // rows, and the steps between them, in order of time
+    std::int64_t steps_from_ = 0; // those of the row that was read lie behind this moment
+    Waiting given_;
+    bool at_end_ = false;
 };
 
 } // namespace replay

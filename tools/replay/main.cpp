@@ -29,7 +29,8 @@ constexpr int refused = 2;
 
 int fail(const std::string& error, int status)
 {
-    std::fprintf(stderr, "power_man-replay: %s\n", error.c_str());
+    if (interruption() == 0) // or the signal tells
+        std::fprintf(stderr, "power_man-replay: %s\n", error.c_str());
     return status;
 }
 
@@ -51,18 +52,23 @@ std::unique_ptr<Trace> make_trace(const Options& options, std::string& error)
     return std::make_unique<InterpolatedTrace>(std::move(trace), temperature_keys(*options.model));
 }
 
-// What a reader should know who wonders why something did not happen.
-void print_notes(const Options& options, const Trace& trace, const Terminal& terminal)
+// The next two tell what a reader should know who wonders why something did not happen.
+void note_passed_over(const std::string& name, const Trace& trace)
+{
+    for (const PassedOver& passed : trace.passed_over())
+        std::fprintf(stderr, "%s: note: passed over %llu: %s\n", name.c_str(),
+                     static_cast<unsigned long long>(passed.lines), passed.reason);
+}
+
+void note_what_is_not_followed(const std::string& name, const Trace& trace,
+                               const Terminal& terminal)
 {
     for (const std::string_view key : trace.keys()) {
         // The originals of the copies are read with a timer.
         if (!terminal.follows(key) && !key.starts_with("rmcfg.platform."))
-            std::fprintf(stderr, "%s: note: the daemon follows no key '%.*s'\n",
-                         options.trace.c_str(), static_cast<int>(key.size()), key.data());
+            std::fprintf(stderr, "%s: note: the daemon does not follow '%.*s'\n", name.c_str(),
+                         static_cast<int>(key.size()), key.data());
     }
-    for (const PassedOver& passed : trace.passed_over())
-        std::fprintf(stderr, "%s: note: passed over %llu: %s\n", options.trace.c_str(),
-                     static_cast<unsigned long long>(passed.lines), passed.reason);
 }
 
 int run(const Options& options)
@@ -79,9 +85,12 @@ int run(const Options& options)
     const std::unique_ptr<Trace> trace = make_trace(options, error);
     if (!trace)
         return fail(error, refused);
+    const std::string name = options.trace == "-" ? "standard input" : options.trace;
     Row row;
-    if (!trace->next(row))
-        return fail(trace->failed() ? trace->error() : options.trace + ": it has no row", refused);
+    if (!trace->next(row)) {
+        note_passed_over(name, *trace);
+        return fail(trace->failed() ? trace->error() : name + ": it has no row", refused);
+    }
 
     const std::int64_t begin_ms = row.time_ms;
     Output text;
@@ -113,13 +122,13 @@ int run(const Options& options)
                   static_cast<std::int64_t>(1000 * options.step));
     if (!player.play(*trace, row)) {
         text.close();
-        return fail(player.error(), refused);
+        return fail(player.error(), terminal.error().empty() ? refused : cannot_write);
     }
-    print_notes(options, *trace, terminal);
+    note_what_is_not_followed(name, *trace, terminal);
+    note_passed_over(name, *trace);
     if (!options.text.empty())
         report.table(summary);
-    const std::string name = options.trace.substr(options.trace.rfind('/') + 1);
-    const Subject subject{model, begin_ms, name == "-" ? "standard input" : name};
+    const Subject subject{model, begin_ms, name.substr(name.rfind('/') + 1)};
     if (!options.html.empty())
         write_page(html, subject, picture, summary);
     if (!options.svg.empty())

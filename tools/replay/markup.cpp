@@ -27,8 +27,8 @@ std::string escaped(std::string_view text)
         case '"':
             result += "&quot;";
             break;
-        default:
-            result += c;
+        default: // a file's name may have any
+            result += c >= 0 && c < ' ' ? '?' : c;
         }
     }
     return result;

@@ -133,12 +133,10 @@ MonitorTrace::Line MonitorTrace::read_command(Row& row)
         if (std::any_of(words_.begin() + 3, words_.end(), conditional))
             return Line::conditional;
         one(words_[1], words_[2]);
-    } else if ((is(command, "SETEX") || is(command, "PSETEX")) && count == 4) {
-        one(words_[1], words_[3]);
     } else if (is(command, "MSET") && count >= 3 && count % 2 == 1) {
         for (std::size_t i = 1; i < count; i += 2)
             one(words_[i], words_[i + 1]);
-    } else if (is(command, "DEL") || is(command, "UNLINK")) {
+    } else if (is(command, "DEL")) {
         for (std::size_t i = 1; i < count; ++i)
             one(words_[i], std::nullopt);
     }

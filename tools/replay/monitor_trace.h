@@ -23,6 +23,7 @@ public:
 
     bool next(Row& row) override;
     std::vector<PassedOver> passed_over() const override;
+    std::string at_row(const std::string& reason) const override { return lines_.at_line(reason); }
     const Bytes& bytes() const override { return lines_.bytes(); }
 
 private:

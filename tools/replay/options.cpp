@@ -3,14 +3,19 @@
 
 #include <getopt.h>
 
+#include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstdio>
+#include <filesystem>
 #include <string_view>
 
 #include "models/models.h"
 
 namespace replay {
 namespace {
+
+namespace fs = std::filesystem;
 
 constexpr int wrong_use = 2;
 constexpr double longest_step = 3600; // seconds
@@ -29,7 +34,7 @@ constexpr const char* usage_options =
     "\n"
     "  --supply on|off   the external supply, where the trace does not tell it (on)\n"
     "  --seed FILE       other keys of the database at the start: 'key = value' lines\n"
-    "  --interpolate     one write for each degree between two rows of a table\n"
+    "  --interpolate     one write for each degree between a temperature and its next one\n"
     "  --heat FILE       closed loop: the trace tells 'ambient' and 'load', and this file how the\n"
     "                    terminal's sensors get warm from them\n"
     "  --step SECONDS    of the closed loop (1)\n"
@@ -95,6 +100,8 @@ bool read_step(std::string_view text, double& step)
 bool take(int option, const char* text, Options& options)
 {
     const std::string value = text != nullptr ? text : "";
+    if (text != nullptr && value.empty())
+        return complain("an option that has a value has an empty one");
     switch (option) {
     case model_option:
         options.model = power_man::find_model(value);
@@ -130,6 +137,31 @@ bool take(int option, const char* text, Options& options)
     }
 }
 
+bool is_same(const std::string& one, const std::string& other)
+{
+    std::error_code ignored;
+    return !fs::is_character_file(one, ignored) &&
+           (one == other || fs::equivalent(one, other, ignored));
+}
+
+// A recording that an output is written over is lost.
+bool are_apart(const Options& options)
+{
+    const std::array outputs = {&options.text, &options.html, &options.svg};
+    const std::array inputs = {&options.trace, &options.seed, &options.heat};
+    for (std::size_t i = 0; i < outputs.size(); ++i) {
+        const std::string& output = *outputs[i];
+        if (output.empty())
+            continue;
+        const auto same = [&](const std::string* other) { return is_same(output, *other); };
+        if (std::any_of(outputs.begin() + i + 1, outputs.end(), same))
+            return complain("two outputs go to '" + output + "'");
+        if (output != "-" && std::any_of(inputs.begin(), inputs.end(), same))
+            return complain("'" + output + "' is an input, and would be written over");
+    }
+    return true;
+}
+
 } // namespace
 
 std::optional<Options> read_options(int argc, char** argv, int& status)
@@ -160,7 +192,7 @@ std::optional<Options> read_options(int argc, char** argv, int& status)
     options.trace = argv[optind];
     if (!text_given && (!options.html.empty() || !options.svg.empty()))
         options.text.clear();
-    return options;
+    return are_apart(options) ? std::optional(options) : std::nullopt;
 }
 
 } // namespace replay

@@ -34,7 +34,6 @@ constexpr std::array patterns = {
     Pattern{"ram.bite.cm.", ""},
     Pattern{"ram.log.bite.cm.", ""},
     Pattern{"txt.evh.stxt.", ""},
-    Pattern{"power_man.sentinel.", ""}, // how it hears that the server is there
 };
 
 } // namespace

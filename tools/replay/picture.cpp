@@ -29,6 +29,7 @@ void Spans::open(std::int64_t time, Sensors by)
 {
     if (open_ && spans_.back().by == by)
         return;
+    times_ += open_ ? 0 : 1;
     close(time);
     spans_.push_back({time, time, by});
     open_ = true;

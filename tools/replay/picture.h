@@ -45,8 +45,12 @@ public:
     void close(std::int64_t time);
     const std::vector<Span>& all() const { return spans_; }
 
+    // How often it began; who takes over from another goes on with it.
+    std::size_t times() const { return times_; }
+
 private:
     std::vector<Span> spans_;
+    std::size_t times_ = 0;
     bool open_ = false;
 };
 

@@ -5,7 +5,6 @@
 
 #include "host/base/integer.h"
 #include "interruption.h"
-#include "progress.h"
 
 namespace replay {
 
@@ -42,9 +41,11 @@ bool Player::take(const Condition& condition)
 // What the row says; what the daemon does about it is up to the loop.
 bool Player::apply(const Row& row)
 {
-    for (const Condition& condition : row.conditions) {
-        if (!take(condition))
-            return false;
+    for (const bool of_all : {true, false}) { // what one consumer has for itself comes last
+        for (const Condition& condition : row.conditions) {
+            if ((condition.name == "load") == of_all && !take(condition))
+                return false;
+        }
     }
     for (const SensorHeat& heat : heat_) {
         const std::string_view key = model_.sensors[heat.sensor].key;
@@ -90,13 +91,16 @@ void Player::show_readings(bool all)
     terminal_.pass_until(row.time_ms);
 }
 
-void Player::pass_until(std::int64_t moment)
+// Up to that moment, or until somebody interrupts.
+void Player::pass_until(std::int64_t moment, Progress& progress)
 {
-    while (!heat_.empty() && next_step_ <= moment && interruption() == 0) {
+    for (; next_step_ <= moment; next_step_ += step_ms_) {
+        if (interruption() != 0)
+            return;
         terminal_.pass_until(next_step_);
         warm(next_step_);
         show_readings(false);
-        next_step_ += step_ms_;
+        progress.at(next_step_);
     }
     terminal_.pass_until(moment);
     warm(moment);
@@ -125,24 +129,27 @@ bool Player::start(const Row& first)
 bool Player::play(Trace& trace, Row& row)
 {
     const std::int64_t begin = row.time_ms;
-    Progress progress(trace.bytes());
-    if (!start(row))
+    Progress progress(trace.bytes(), begin);
+    const auto fail = [&] {
+        if (terminal_.error().empty()) // the row is to blame
+            error_ = trace.at_row(error_);
         return false;
+    };
+    if (!start(row))
+        return fail();
     while (trace.next(row)) {
         const std::int64_t now = row.time_ms - begin;
-        pass_until(now);
+        pass_until(now, progress);
         if (interruption() != 0)
             break;
         recorder_.row(now, row);
         if (!apply(row))
-            return false;
+            return fail();
         terminal_.pass_until(now);
-        progress.at(row.time_ms);
+        progress.at(now);
     }
-    if (interruption() != 0) {
-        error_ = "interrupted";
+    if (interruption() != 0)
         return false;
-    }
     if (trace.failed()) {
         error_ = trace.error();
         return false;

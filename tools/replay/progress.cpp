@@ -17,8 +17,9 @@ constexpr const char* clear_line = "\r\x1b[K";
 
 } // namespace
 
-Progress::Progress(const Bytes& bytes)
-    : bytes_(bytes), wanted_(isatty(STDERR_FILENO) == 1), next_us_(host::machine_us() + first_us)
+Progress::Progress(const Bytes& bytes, std::int64_t begin_ms)
+    : bytes_(bytes), begin_ms_(begin_ms), wanted_(isatty(STDERR_FILENO) == 1),
+      next_us_(host::machine_us() + first_us)
 {
 }
 

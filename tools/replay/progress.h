@@ -11,27 +11,26 @@ namespace replay {
 // second.
 class Progress {
 public:
-    explicit Progress(const Bytes& bytes);
+    // `begin_ms`: the moment at which the run begins.
+    Progress(const Bytes& bytes, std::int64_t begin_ms);
     ~Progress();
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    // A row of that moment has been replayed.
-    void at(std::int64_t moment_ms)
+    // The run has come to that many milliseconds behind its beginning.
+    void at(std::int64_t now)
     {
-        if (wanted_ && ++rows_ % rows_between_looks == 0)
-            show(moment_ms);
+        if (wanted_)
+            show(begin_ms_ + now);
     }
 
 private:
-    static constexpr std::uint64_t rows_between_looks = 4096;
-
     void show(std::int64_t moment_ms);
 
     const Bytes& bytes_;
+    std::int64_t begin_ms_;
     bool wanted_;
     bool shown_ = false;
-    std::uint64_t rows_ = 0;
     std::uint64_t next_us_; // when to show it
 };
 

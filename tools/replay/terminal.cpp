@@ -8,6 +8,7 @@
 #include "base/config_keys.h"
 #include "base/terminal.h"
 #include "core/pwr_mgr_main.h"
+#include "host/base/integer.h"
 #include "host/config/seed.h"
 #include "host/host/host.h"
 #include "temperature/temp_desc.h"
@@ -124,6 +125,9 @@ void Terminal::pass_until(std::int64_t moment)
 
 bool Terminal::follows(std::string_view key) const
 {
+    constexpr std::string_view line = "line.";
+    if (key.starts_with(line))
+        return host::parse_integer(key.substr(line.size())) == model_.usb.over_current_line;
     return host::instance().changes.is_followed(key);
 }
 

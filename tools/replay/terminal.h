@@ -59,7 +59,7 @@ public:
     // Lets time pass up to that moment; a moment that has passed: what is due now is done.
     void pass_until(std::int64_t moment);
 
-    // True when the daemon follows that key.
+    // True when the daemon follows that key, or the wire of that line ("line.81").
     bool follows(std::string_view key) const;
 
 private:

@@ -2,10 +2,8 @@
 #include "thermal_model.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <charconv>
 #include <cmath>
-#include <cstring>
 #include <string_view>
 
 #include "host/base/printable.h"
@@ -24,9 +22,9 @@ public:
 
     std::optional<std::vector<SensorHeat>> read(std::string& error)
     {
-        const std::optional<std::string> content = host::read_text(file_);
+        const std::optional<std::string> content = host::read_text(file_, &error);
         if (!content) {
-            error = file_ + ": " + std::strerror(errno);
+            error = file_ + ": " + error;
             return std::nullopt;
         }
         std::string_view rest = *content;
@@ -85,6 +83,9 @@ private:
                           " reports a state and no temperature: put it into the trace");
         SensorHeat heat;
         heat.sensor = static_cast<std::size_t>(found - model_.sensors.begin());
+        if (std::any_of(sensors_.begin(), sensors_.end(),
+                        [&heat](const SensorHeat& other) { return other.sensor == heat.sensor; }))
+            return refuse(std::string(found->name) + " is described above already");
         sensors_.push_back(heat);
         return true;
     }

@@ -52,8 +52,12 @@ public:
     bool failed() const { return !error_.empty(); }
     const std::string& error() const { return error_; } // with file, line and column
 
-    // The keys that a table's columns are named by, once its first row was read.
+    // The keys that a table's columns are named by, and the lines ("line.81"), once its first row
+    // was read.
     virtual std::vector<std::string_view> keys() const { return {}; }
+
+    // "FILE:LINE: REASON", about the row that was given last.
+    virtual std::string at_row(const std::string& reason) const = 0;
 
     virtual std::vector<PassedOver> passed_over() const { return {}; }
 
