@@ -13,16 +13,8 @@ set(CMAKE_RANLIB ${triplet}-gcc-ranlib)
 set(CMAKE_STRIP ${triplet}-strip)
 set(CMAKE_LIBRARY_ARCHITECTURE ${triplet})
 
-# Libraries and headers of the target only: the machine's own lie beside them. Further packages of
-# the target are where scripts/armhf.sh unpacks them, or below POWER_MAN_TARGET_ROOT.
-if(NOT POWER_MAN_TARGET_ROOT)
-    set(POWER_MAN_TARGET_ROOT "$ENV{XDG_CACHE_HOME}/power_man-armhf/root")
-    if("$ENV{XDG_CACHE_HOME}" STREQUAL "")
-        set(POWER_MAN_TARGET_ROOT "$ENV{HOME}/.cache/power_man-armhf/root")
-    endif()
-endif()
-list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES POWER_MAN_TARGET_ROOT)
-set(CMAKE_FIND_ROOT_PATH /usr/${triplet} /usr/lib/${triplet} ${POWER_MAN_TARGET_ROOT}/usr)
+# Libraries and headers of the target only: the machine's own lie beside them.
+set(CMAKE_FIND_ROOT_PATH /usr/${triplet} /usr/lib/${triplet})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
