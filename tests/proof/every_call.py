@@ -108,12 +108,7 @@ def judged(case):
 def all_cases(directory):
     """A tenth more than a story without a fault has calls: the last ones are not reached."""
     prepare(directory)
-    terminal.begin()
-    for step in story.STORY:
-        terminal.step(step)
-    terminal.stop()
-    terminal.kill()
-    counts = terminal.page.counts()
+    counts = terminal.tell_all()
     for names, words in ERRORS.items():
         for call in names.split():
             errors = words.split()

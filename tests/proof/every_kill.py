@@ -136,8 +136,7 @@ def judged(case):
 
 def all_cases(directory):
     prepare(directory)
-    counts = terminal.page.counts()
-    terminal.kill()
+    counts = terminal.tell_all()
     stride = 13 if OPTIONS.short else 1
     for what, calls in {"server": ("send", "recv"), "empty server": ("send", "recv"),
                         "daemon": WRITES}.items():

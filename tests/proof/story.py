@@ -311,7 +311,7 @@ class Terminal:
     def orders(self):
         if self.server:
             return sum(name == REBOOT for name, _ in self.server.heard())
-        return self.say("journal --last 60").count(f"signal {REBOOT} ")
+        return self.say("journal --last 400").count(f"signal {REBOOT} ")
 
     def fault(self):
         """What is missing in the answer to the next hot reading; "" when it protects."""
@@ -333,6 +333,17 @@ class Terminal:
         except Silence as reason:
             return str(reason)
         return f"{state}, {orders} orders, the extended port {'on' if powered else 'off'}"
+
+    def tell_all(self):
+        """Without a fault, and sure that something happened. Gives the number of calls, by name."""
+        self.begin()
+        for step in STORY:
+            self.step(step)
+        if self.orders() != 1 or self.lines():
+            raise AssertionError(f"a story with {self.orders()} orders, {self.lines()}")
+        self.stop()
+        self.kill()
+        return self.page.counts()
 
     def stop(self):
         """Its status; None when it does not end."""
