@@ -73,7 +73,7 @@ struct Console {
     OwnedDescriptor listening;
     OwnedDescriptor spare; // given up to turn a client away when descriptors have run out
     std::vector<std::unique_ptr<telnet_conn>> connections;
-    bool accept_failing = false; // and that was logged
+    bool failing = false; // to serve a client, and that was logged
 };
 
 Console console;
@@ -110,7 +110,7 @@ void accept_failed(int listening, void* loop, int error)
 {
     if (error == 0 || error == EAGAIN || error == EINTR || error == ECONNABORTED || error == EACCES)
         return; // nobody is waiting
-    if (!std::exchange(console.accept_failing, true))
+    if (!std::exchange(console.failing, true))
         qv_slog(4, "Console: clients are turned away: %s\n", std::strerror(error));
     console.spare.reset(-1);
     const int client = socket_create_server_client(listening, loop);
@@ -182,7 +182,10 @@ int fdloop_telnetd_init(_fdloop_t* loop, const char* address, const char* shell_
     hold_spare();
     if (std::atexit(fdloop_telnetd_close) != 0)
         qv_slog(4, "Console: the listening socket will be closed by the kernel\n");
-    return fdloop_fd_register(loop, listening, fdloop_telnetd_accept, loop);
+    const int result = fdloop_fd_register(loop, listening, fdloop_telnetd_accept, loop);
+    if (result != 0)
+        qv_slog(3, "Console: nobody is let in: %s\n", std::strerror(-result));
+    return result;
 }
 
 int fdloop_telnetd_accept(int listening, void* loop)
@@ -192,7 +195,6 @@ int fdloop_telnetd_accept(int listening, void* loop)
         accept_failed(listening, loop, -client);
         return 0;
     }
-    console.accept_failing = false;
     send_at_once(client);
     if (!leaves_enough(client)) {
         turn_away(client);
@@ -213,10 +215,13 @@ int fdloop_telnetd_accept(int listening, void* loop)
     }
     const int result =
         fdloop_fd_register(static_cast<_fdloop_t*>(loop), client, fdloop_telnetd_input, connection);
-    if (result != 0) {
-        qv_slog(3, "Console: a connection is not served: %s\n", std::strerror(-result));
-        end_connection(connection);
+    if (result == 0) {
+        console.failing = false;
+        return 0;
     }
+    if (!std::exchange(console.failing, true))
+        qv_slog(3, "Console: a connection is not served: %s\n", std::strerror(-result));
+    end_connection(connection);
     return 0;
 }
 

@@ -2,6 +2,10 @@
 // The entry of the daemon. It has no options: the arguments are not looked at.
 #include <unistd.h>
 
+#include <cstdlib>
+#include <new>
+#include <string_view>
+
 #include "ap/log.h"
 #include "ap/loop.h"
 #include "ap/shell.h"
@@ -23,10 +27,21 @@ void open_console()
         fdloop_telnetd_init(main_fdloop, "tcp*127.0.0.1*2205", "power_man");
 }
 
+// Whatever is done now needs memory, the log too. Ended at once, the daemon is started again.
+void out_of_memory()
+{
+    std::string_view line = "<1>power_man: out of memory\n";
+    if (std::getenv("JOURNAL_STREAM") == nullptr)
+        line.remove_prefix(3); // what only the journal understands
+    [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, line.data(), line.size());
+    std::abort();
+}
+
 } // namespace
 
 int main()
 {
+    std::set_new_handler(out_of_memory);
     pwr_mgr_poe = new PwrMgrPoe;
     pwr_mgr_phone = new PwrMgrPhone;
     tg_pwr_man = qv_xtrace_init("pwr_man", "C:\tCommon\nD:\tDetailed trace\n", 4);
@@ -37,8 +52,8 @@ int main()
     pwr_mgr_init();
     open_console();
     power_man::start_temp_copy();
-    fdloop_loop(main_fdloop);
+    const int result = fdloop_loop(main_fdloop);
     delete pwr_mgr_poe;
     delete pwr_mgr_phone;
-    return 0;
+    return result == 0 ? 0 : 1;
 }

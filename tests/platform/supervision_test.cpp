@@ -12,6 +12,7 @@ class Supervision : public testing::Test {
 protected:
     Supervision()
     {
+        logged.clear();
         host::instance().clock.make_virtual();
         host::instance().log.set_sink([](int, std::string_view text) { logged += text; });
     }
@@ -62,6 +63,20 @@ TEST_F(Supervision, TakesTheManagersOwnDeadTime)
     appmgr_alive_fdloop_register(loop);
     run_loop(20'000);
     EXPECT_EQ(manager.heard(), "WATCHDOG=1 WATCHDOG=1 ");
+}
+
+// Its queue may be full: it must not end what is ready, nor what beats as slowly as it was to hear.
+TEST_F(Supervision, AManagerThatMissedIsToldAgainAndNotKeptWaiting)
+{
+    setenv("NOTIFY_SOCKET", path.c_str(), 1);
+    setenv("WATCHDOG_USEC", "20000000", 1);
+    appmgr_alive_fdloop_register(loop);
+    appmgr_signal();
+    EXPECT_LT(appmgr_set_dead_time(60'000), 0);
+    run_loop(5000);
+    const Manager manager(path);
+    run_loop(10'000);
+    EXPECT_EQ(manager.heard(), "READY=1 WATCHDOG=1 ");
 }
 
 TEST_F(Supervision, AManagerThatIsNotReachedIsOneLogLine)

@@ -25,20 +25,23 @@ int wake_descriptor()
     return descriptor;
 }
 
-void on_stop_signal(int)
+void on_stop_signal(int number)
 {
     const int saved = errno;
     const std::uint64_t one = 1;
-    // Can only fail when it has been written to before: then the loop is on its way out.
-    [[maybe_unused]] const ssize_t written = write(wake_descriptor(), &one, sizeof one);
+    if (write(wake_descriptor(), &one, sizeof one) < 0 && errno != EAGAIN) {
+        std::signal(number, SIG_DFL); // nobody can tell the loop: the process ends all the same
+        raise(number);
+    }
     errno = saved;
 }
 
 int stop_loop(int descriptor, void* user)
 {
     std::uint64_t count = 0;
-    if (read(descriptor, &count, sizeof count) == sizeof count)
-        static_cast<_fdloop_t*>(user)->stop();
+    // It was written to, whatever becomes of that.
+    [[maybe_unused]] const ssize_t taken = read(descriptor, &count, sizeof count);
+    static_cast<_fdloop_t*>(user)->stop();
     return 0;
 }
 

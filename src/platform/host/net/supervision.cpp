@@ -18,6 +18,7 @@ namespace host {
 namespace {
 
 constexpr std::size_t longest_status = 200;
+constexpr std::uint64_t ready_again_ms = 1000;
 
 const char* supervisor()
 {
@@ -102,14 +103,23 @@ int Supervision::set_dead_time(std::uint64_t milliseconds)
 {
     if (supervisor() == nullptr)
         return 0;
-    dead_time_ms_ = milliseconds;
+    const bool told = notify("WATCHDOG_USEC=" + std::to_string(1000U * milliseconds));
+    const bool sooner = dead_time_ms_ == 0 || (milliseconds != 0 && milliseconds < dead_time_ms_);
+    if (told || sooner) // a manager that was not told waits no longer than before
+        dead_time_ms_ = milliseconds;
     schedule_beat();
-    return notify("WATCHDOG_USEC=" + std::to_string(1000U * milliseconds)) ? 0 : -EIO;
+    return told ? 0 : -EIO;
 }
 
+// Again until it is heard: the manager ends what is not ready in time.
 int Supervision::say_ready(void* self)
 {
-    return static_cast<Supervision*>(self)->notify("READY=1") ? 0 : -EIO;
+    auto& supervision = *static_cast<Supervision*>(self);
+    if (supervision.notify("READY=1"))
+        return 0;
+    if (supervision.loop_ != nullptr)
+        supervision.loop_->add_timer(ready_again_ms, say_ready, self);
+    return -EIO;
 }
 
 int Supervision::announce_ready()

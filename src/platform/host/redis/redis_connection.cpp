@@ -36,11 +36,11 @@ bool RedisStore::start(std::string& error)
     loop->add_timer(start_us / 1000U, stop, loop.get());
     attach(*loop);
     connect();
-    loop->run();
+    const int result = loop->run();
     for (Link* const link : both_)
         link->watched.reset();
     phase_ = Phase::preparing;
-    error = failure_;
+    error = result == 0 ? failure_ : std::strerror(-result);
     return state_ == State::live;
 }
 
