@@ -28,7 +28,7 @@ std::string escaped(std::string_view text)
             result += "&quot;";
             break;
         default: // a file's name may have any
-            result += c >= 0 && c < ' ' ? '?' : c;
+            result += static_cast<unsigned char>(c) < ' ' ? '?' : c;
         }
     }
     return result;
