@@ -22,7 +22,7 @@ bool parse(std::string_view text, std::int64_t& number)
 
 void ReplyReader::feed(std::string_view bytes)
 {
-    const std::size_t skipped = std::min<std::uint64_t>(skip_, bytes.size());
+    const auto skipped = static_cast<std::size_t>(std::min<std::uint64_t>(skip_, bytes.size()));
     skip_ -= skipped;
     bytes_.erase(0, std::exchange(taken_, 0));
     bytes_.append(bytes.substr(skipped));
