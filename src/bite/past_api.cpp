@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "bite/past_api.h"
 
+#include <cstdint>
+
 #include "ap/log.h"
 #include "bite/bite_api.h"
 #include "bite/self_test_client.h"

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "bite/post_api.h"
 
+#include <cstdint>
+
 #include "bite/bite_api.h"
 #include "bite/self_test_client.h"
 

@@ -6,7 +6,7 @@
 #include <new>
 
 #include "ap/config.h"
-#include "base/terminal.h"
+#include "base/assertion.h"
 #include "bite/bite_ids.h"
 #include "bite/hnd_api.h"
 
