@@ -5,7 +5,7 @@
 
 #include "ap/log.h"
 #include "bite/bite_api.h"
-#include "bite/self_test_client.h"
+#include "bite/c_handle.h"
 
 namespace {
 

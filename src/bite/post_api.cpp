@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "bite/bite_api.h"
-#include "bite/self_test_client.h"
+#include "bite/c_handle.h"
 
 using power_man::api_of;
 using power_man::post_kind;
