@@ -55,6 +55,7 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/power_man.cdx.json DESTINATION ${CMAKE
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME power-man)
+set(CPACK_INSTALL_CMAKE_PROJECTS "${CMAKE_BINARY_DIR};power_man;Unspecified;/") # no component
 set(CPACK_PACKAGE_CONTACT "The power_man authors <power_man@localhost>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Power management of a communication terminal")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
