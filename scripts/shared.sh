@@ -2,8 +2,6 @@
 # The same operations as in console.sh, through a shared database: a private server in $work, and
 # redis-cli in the part of the terminal's other daemons. To be sourced after console.sh.
 
-need shared
-
 server_pid=
 monitor_pid=
 shown=0 # actions that were collected

@@ -2,9 +2,9 @@
 # SPDX-License-Identifier: MIT
 # What the structure of the sources promises:
 #   portability.sh SOURCE-DIRECTORY [LINKER-COMMAND...]
-# - the daemon links against any implementation of the platform interface: with its objects, the
-#   operations that the interface declares and the compiler's own libraries, nothing is left
-#   undefined;
+# - what the command links, the daemon or its clients for others, links against any implementation of
+#   the platform interface: with its objects, the operations that the interface declares and the
+#   compiler's own libraries, nothing is left undefined;
 # - includes follow the tables below, so nothing outside src/platform includes what is behind the
 #   interface;
 # - only src/models names a platform id, and src/platform no key, signal or event.
@@ -85,7 +85,7 @@ if [ $# -gt 0 ]; then
     # Any address will do: the program is linked, not run.
     program=$(mktemp) || exit 1
     "$@" $(printf ' -Wl,--defsym=%s=main' $operations) -o "$program" ||
-        complain "the daemon needs more than the interface"
+        complain "there is need of more than the interface"
     rm -f "$program"
 fi
 exit $failed

@@ -33,9 +33,4 @@ bool tracing(Trace letter)
            (tg_pwr_man->mask & static_cast<std::uint32_t>(letter)) != 0;
 }
 
-void assertion_failed(const char* source, int line)
-{
-    qv_panic("*** ASSERT in %s at %d\n", source, line);
-}
-
 } // namespace power_man

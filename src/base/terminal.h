@@ -43,7 +43,4 @@ enum class Trace : std::uint32_t { common = 0x4, detail = 0x8 };
 // True when lines of that letter are wanted; asked before every qv_slogd().
 bool tracing(Trace letter = Trace::common);
 
-// A broken precondition of the daemon's own: logs the source and the line, and aborts.
-[[noreturn]] void assertion_failed(const char* source, int line = __builtin_LINE());
-
 } // namespace power_man

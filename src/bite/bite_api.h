@@ -51,8 +51,9 @@ int bite_setPAST_start(void* handle, uint32_t test);
 int bite_PastResult(void* handle, uint32_t test, int pass);
 int bite_PastResInfo(void* handle, uint32_t test, int pass, int info);
 
-/* Condition-monitoring (CM) events and events. `state` is 1 off, 2 on, 3 none; it is sent
- * unchecked. Failed sends are not told. */
+/* Condition-monitoring (CM) events and events. The state is sent unchecked. Failed sends are not
+ * told. */
+enum { BITE_EVENT_OFF = 1, BITE_EVENT_ON = 2, BITE_EVENT_NONE = 3 };
 void* bite_eventApiInit(_cbus_conn_t* connection);
 void bite_eventApiClose(void* handle); /* null is logged */
 void bite_cmResult(void* handle, uint32_t event, int state);

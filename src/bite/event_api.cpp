@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "bite/event_api.h"
 
+#include <cstdint>
+
 #include "ap/log.h"
 #include "bite/bite_api.h"
-#include "bite/self_test_client.h"
+#include "bite/c_handle.h"
 
 namespace {
 
@@ -11,6 +13,9 @@ const CBiteEventApi* api_of(const char* function, void* handle, std::uint32_t ev
 {
     return power_man::api_of<CBiteEventApi>(function, handle, event, "eventId");
 }
+
+static_assert(BITE_EVENT_OFF == int{CBite::EV_OFF} && BITE_EVENT_ON == int{CBite::EV_ON} &&
+              BITE_EVENT_NONE == int{CBite::EV_NONE});
 
 CBite::eEvState state_of(int state)
 {

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "bite/past_api.h"
 
+#include <cstdint>
+
 #include "ap/log.h"
 #include "bite/bite_api.h"
-#include "bite/self_test_client.h"
+#include "bite/c_handle.h"
 
 using power_man::api_of;
 using power_man::past_kind;

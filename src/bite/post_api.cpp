@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "bite/post_api.h"
 
+#include <cstdint>
+
 #include "bite/bite_api.h"
-#include "bite/self_test_client.h"
+#include "bite/c_handle.h"
 
 using power_man::api_of;
 using power_man::post_kind;

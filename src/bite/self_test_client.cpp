@@ -73,21 +73,4 @@ int SelfTestClient::report(const CEventId& id, bool passed, int info) const
     return sendText(kind_->info_signal, "id.%u.%s.info=%d", id.packed(), kind_->word, info);
 }
 
-bool has_handle(const char* function, const void* handle, const char* needed)
-{
-    if (handle == nullptr)
-        qv_slog(3, "%s: Handle is NULL - no initialized %s\n", function, needed);
-    return handle != nullptr;
-}
-
-bool has_handle_and_id(const char* function, const void* handle, unsigned int id,
-                       const char* needed)
-{
-    const bool usable = handle != nullptr && id != 0;
-    if (!usable)
-        qv_slog(3, "%s: Handle or %s is NULL - (%p/%d)\n", function, needed, handle,
-                static_cast<int>(id));
-    return usable;
-}
-
 } // namespace power_man

@@ -3,10 +3,7 @@
 // words in their keys, signals and messages.
 #pragma once
 
-#include <new>
-
 #include "ap/config.h"
-#include "base/terminal.h"
 #include "bite/bite_ids.h"
 #include "bite/hnd_api.h"
 
@@ -51,29 +48,5 @@ private:
     void (*callback_)(void*) = nullptr;
     void* context_ = nullptr;
 };
-
-// Guards of the functions for C: false, and an error, for a null handle or identifier 0.
-// `needed` is what the caller lacks, e.g. "postId" or "POST API".
-bool has_handle(const char* function, const void* handle, const char* needed);
-bool has_handle_and_id(const char* function, const void* handle, unsigned int id,
-                       const char* needed);
-
-// The object behind a handle for C; null, and an error, when the function is to do nothing.
-template <typename Api>
-Api* api_of(const char* function, void* handle, unsigned int id, const char* needed)
-{
-    return has_handle_and_id(function, handle, id, needed) ? static_cast<Api*>(handle) : nullptr;
-}
-
-// A handle for C, to be deleted by the caller; ends the process when there is no memory.
-template <typename Api>
-void* new_api(_cbus_conn_t* connection, const char* source, int line = __builtin_LINE())
-{
-    auto* const api = new (std::nothrow) Api;
-    if (api == nullptr)
-        assertion_failed(source, line);
-    api->init(connection);
-    return api;
-}
 
 } // namespace power_man

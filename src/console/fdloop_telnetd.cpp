@@ -25,7 +25,7 @@
 #include "ap/output.h"
 #include "ap/shell.h"
 #include "ap/socket.h"
-#include "base/terminal.h"
+#include "base/assertion.h"
 #include "console/standard_output.h"
 
 namespace {

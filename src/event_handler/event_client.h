@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: MIT */
 /*
- * The daemon's client of the terminal's event handler: event definitions and event reports go
- * out as bus signals, nothing comes back. Nothing blocks; a signal that cannot be sent is
- * logged and lost.
+ * A client of the terminal's event handler: event definitions and event reports go out as bus
+ * signals, nothing comes back. Nothing blocks; a signal that cannot be sent is logged and lost.
+ * It needs no more than the platform interface, and can be used from C.
  */
 #ifndef EVENT_CLIENT_H
 #define EVENT_CLIENT_H

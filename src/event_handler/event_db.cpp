@@ -7,7 +7,7 @@
 #include "ap/config.h"
 #include "ap/log.h"
 #include "ap/text.h"
-#include "base/terminal.h"
+#include "base/assertion.h"
 
 namespace {
 

@@ -7,11 +7,11 @@
 #include <cstring>
 
 #include "ap/log.h"
+#include "base/assertion.h"
 #include "base/config_changes.h"
 #include "base/config_values.h"
 #include "base/device_file.h"
 #include "base/port_setting.h"
-#include "base/terminal.h"
 
 namespace {
 

@@ -10,6 +10,7 @@
 
 #include "ap/device.h"
 #include "ap/log.h"
+#include "base/assertion.h"
 #include "base/config_values.h"
 #include "base/device_file.h"
 #include "base/terminal.h"

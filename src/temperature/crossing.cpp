@@ -6,7 +6,7 @@
 #include <string>
 
 #include "ap/log.h"
-#include "base/terminal.h"
+#include "base/assertion.h"
 #include "models/models.h"
 #include "temperature/action_table.h"
 #include "temperature/temp_desc.h"

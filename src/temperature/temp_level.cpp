@@ -6,6 +6,7 @@
 
 #include "ap/config.h"
 #include "ap/log.h"
+#include "base/assertion.h"
 #include "base/config_keys.h"
 #include "base/terminal.h"
 #include "temperature/crossing.h"

@@ -31,7 +31,7 @@ constexpr int in_other_hands = 1; // the database cannot be had, or another daem
 
 [[noreturn]] void refuse(const std::string& error, int status = bad_setting)
 {
-    std::fprintf(stderr, "power_man: %s\n", error.c_str());
+    std::fprintf(stderr, "%s: %s\n", program_invocation_short_name, error.c_str());
     std::exit(status);
 }
 
