@@ -17,7 +17,7 @@
 namespace host {
 namespace {
 
-constexpr std::size_t longest_shown_name = 60;
+constexpr std::size_t longest_shown = 60;
 
 constexpr std::array known_variables = {
     "AP_BOARD_ROOT",    "AP_CONSOLE_PORT", "AP_DATABASE", "AP_DATABASE_PASSWORD_FILE",
@@ -32,7 +32,7 @@ std::vector<std::string> unknown_variables()
         const std::string_view name = text.substr(0, text.find('='));
         if (name.starts_with("AP_") && std::find(known_variables.begin(), known_variables.end(),
                                                  name) == known_variables.end())
-            unknown.push_back(printable(name, longest_shown_name));
+            unknown.push_back(printable(name, longest_shown));
     }
     return unknown;
 }
@@ -51,8 +51,8 @@ bool read_number(const char* name, int least, int most, int& number, std::string
         return true;
     const std::optional<std::int32_t> value = parse_integer(text);
     if (!value || *value < least || *value > most) {
-        error = std::string(name) + ": '" + text + "' is not a number from " +
-                std::to_string(least) + " to " + std::to_string(most);
+        error = std::string(name) + ": '" + printable(text, longest_shown) +
+                "' is not a number from " + std::to_string(least) + " to " + std::to_string(most);
         return false;
     }
     number = *value;
@@ -68,11 +68,11 @@ bool read_board_root(std::string& root, std::string& error)
         root.pop_back();
     struct stat info {};
     if (stat(root.c_str(), &info) != 0) {
-        error = "AP_BOARD_ROOT: " + root + ": " + std::strerror(errno);
+        error = "AP_BOARD_ROOT: " + printable(root) + ": " + std::strerror(errno);
         return false;
     }
     if (!S_ISDIR(info.st_mode)) {
-        error = "AP_BOARD_ROOT: " + root + " is not a directory";
+        error = "AP_BOARD_ROOT: " + printable(root) + " is not a directory";
         return false;
     }
     return true;

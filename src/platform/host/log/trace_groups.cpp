@@ -5,7 +5,14 @@
 #include <utility>
 #include <vector>
 
+#include "host/base/printable.h"
+
 namespace host {
+namespace {
+
+constexpr std::size_t longest_shown = 60;
+
+} // namespace
 
 std::optional<std::uint32_t> trace_mask(std::string_view letters)
 {
@@ -65,7 +72,8 @@ bool TraceGroups::enable(std::string_view wanted, std::string& error)
         const std::size_t colon = std::min(item.find(':'), item.size());
         const auto mask = trace_mask(item.substr(std::min(colon + 1, item.size())));
         if (colon == 0 || !mask) {
-            error = "trace '" + std::string(item) + "': write GROUP:LETTERS, e.g. pwr_man:CD";
+            error = "trace '" + printable(item, longest_shown) +
+                    "': write GROUP:LETTERS, e.g. pwr_man:CD";
             return false;
         }
         all.emplace_back(item.substr(0, colon), *mask);

@@ -41,6 +41,8 @@ bool RedisStore::start(std::string& error)
         link->watched.reset();
     phase_ = Phase::preparing;
     error = result == 0 ? failure_ : std::strerror(-result);
+    if (state_ != State::live && error.empty())
+        error = "it does not answer in time"; // byte by byte
     return state_ == State::live;
 }
 

@@ -31,9 +31,12 @@ void ReplyReader::feed(std::string_view bytes)
 // A simple reply, or the header of an array, whose size is `integer` then.
 ReplyReader::Step ReplyReader::take_item(Reply& item)
 {
-    const std::size_t end = bytes_.find("\r\n", taken_);
-    if (end == std::string::npos)
-        return bytes_.size() - taken_ > longest_text ? Step::nonsense : Step::more;
+    const std::size_t end = std::min(bytes_.find("\r\n", taken_), bytes_.size());
+    const bool whole = end < bytes_.size(); // else half of its end may be there
+    if (end - taken_ > std::size_t{longest_text} + (whole ? 0U : 1U))
+        return Step::nonsense;
+    if (!whole)
+        return Step::more;
     const std::string_view line = std::string_view(bytes_).substr(taken_, end - taken_);
     const std::size_t kind = line.empty() ? marks.npos : marks.find(line.front());
     if (kind == marks.npos)
