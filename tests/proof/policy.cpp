@@ -30,10 +30,10 @@ const std::vector<Policy>& policies()
     const Above by_module = {"", "background usb poe", "data", "reboot"};
     const Above by_bdu = {"", "background poe fan", "data", "reboot"};
     static const std::vector<Policy> all = {
-        {"qv1101A", {{0, battery, by_battery, alone, supplied}}},
-        {"qv1202B", {{1, mainboard, by_module, module}, amplifier(2)}},
-        {"qv1305A", {{3, mainboard, {"", "reboot", ""}, v640}}},
-        {"qv1403A", {{7, mainboard, {"", "hot", "shutdown"}, v360}}},
+        {"qv1101A", {{0, battery, by_battery, alone, supplied}}, "53"},
+        {"qv1202B", {{1, mainboard, by_module, module}, amplifier(2)}, "252"},
+        {"qv1305A", {{3, mainboard, {"", "reboot", ""}, v640}}, "53"},
+        {"qv1403A", {{7, mainboard, {"", "hot", "shutdown"}, v360}}, "53"},
         {"qv2500A", {{4, mainboard, {"~cold", "reboot", ""}, v150}}},
         {"qv1608B", {{6, mainboard, by_bdu, bdu}, amplifier(5)}},
     };

@@ -39,7 +39,8 @@ struct Sensor {
 
 struct Policy {
     const char* model;
-    std::vector<Sensor> sensors; // that are placed first come first
+    std::vector<Sensor> sensors;
+    const char* extended_pin = nullptr; // of the extended USB port
 };
 
 const std::vector<Policy>& policies();
