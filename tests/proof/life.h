@@ -176,6 +176,9 @@ private:
         else if (kind <= 994)
             lose_database();
         judge(terminal_.run(1000 * static_cast<std::uint64_t>(any(6, 300))));
+        EXPECT_TRUE(!policy_.sensors.back().by_state() ||
+                    terminal_.value(key::hpa_temperature_state) ==
+                        terminal_.value(key::platform_hpa_state));
     }
 
     const Policy policy_;

@@ -60,10 +60,9 @@ std::string State::kind(const Policy& policy) const
         same.supply = *supply != 0 ? 1 : 0;
     for (std::size_t i = 0; i < readings.size(); ++i) {
         const Sensor& sensor = policy.sensors[i];
-        if (readings[i] && !sensor.by_state())
-            same.readings[i] = place(sensor, *readings[i]);
-        else if (readings[i] && interval_of_state(*readings[i]) < 0)
-            same.readings[i].reset();
+        if (const auto reading = readings[i])
+            same.readings[i] =
+                sensor.by_state() ? interval_of_state(*reading) : place(sensor, *reading);
     }
     return same.text();
 }

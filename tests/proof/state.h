@@ -16,8 +16,8 @@ struct State {
     static State present(const Policy& policy);
     std::string text() const;
 
-    // The same for all readings that no boundary of the sensor separates, and for all values of the
-    // supply that mean the same: how many states there are is counted by it.
+    // The same for all readings that no boundary of the sensor separates, and for all states of an
+    // amplifier and values of the supply that mean the same: states are counted by it.
     std::string kind(const Policy& policy) const;
 };
 

@@ -6,6 +6,7 @@
 #include <unordered_map>
 
 #include "proof/invariants.h"
+#include "support/process.h"
 
 namespace proof {
 namespace {
@@ -136,8 +137,55 @@ TEST_P(States, HoldAllThatMustHold)
                 judge_.orders);
 }
 
-INSTANTIATE_TEST_SUITE_P(Proof, States, testing::ValuesIn(policies()),
-                         [](const auto& policy) { return std::string(policy.param.model); });
+// A daemon that is started when the readings are there already: each start in a process of its own.
+class Starts : public testing::TestWithParam<Policy> {
+protected:
+    // What does not hold when it starts with these readings of its sensors.
+    std::string start_with(int supply, int first, int second)
+    {
+        const Policy& policy = GetParam();
+        const int readings[] = {first, second};
+        State before;
+        for (std::size_t i = 0; i < policy.sensors.size(); ++i) {
+            terminal_.write(policy.sensors[i].key, readings[i]);
+            before.intervals.push_back(1);
+            before.readings.emplace_back();
+        }
+        // Defaults need not be written; of the extended port the start shows what its user wants.
+        for (const char* const key : {key::usb_extended, key::usb_extended_held, key::poe_held,
+                                      key::close_connections, key::limit_background})
+            terminal_.write(key, 0);
+        terminal_.write(key::external_supply, supply);
+        const std::string story = terminal_.start();
+        return Judge(terminal_, policy)
+            .judge(before, State::present(policy),
+                   story + terminal_.write("ram.status.sw_update.settled", 1));
+    }
+
+    Terminal terminal_{GetParam().model};
+};
+
+TEST_P(Starts, HoldAllThatMustHold)
+{
+    for (const int supply : {0, 1}) {
+        for (const int first : GetParam().sensors.front().values()) {
+            for (const int second : {0, 1, 3}) {
+                const pid_t child = fork();
+                if (child == 0) {
+                    const std::string faults = start_with(supply, first, second);
+                    std::fputs(faults.c_str(), stderr);
+                    std::_Exit(faults.empty() ? 0 : 1);
+                }
+                ASSERT_EQ(Process(child).end(), "exit 0")
+                    << supply << " " << first << " " << second;
+            }
+        }
+    }
+}
+
+const auto name_of = [](const auto& policy) { return std::string(policy.param.model); };
+INSTANTIATE_TEST_SUITE_P(Proof, Starts, testing::ValuesIn(policies()), name_of);
+INSTANTIATE_TEST_SUITE_P(Proof, States, testing::ValuesIn(policies()), name_of);
 
 } // namespace
 } // namespace proof
