@@ -108,6 +108,7 @@ private:
             }
         }
         EXPECT_EQ(differs, "");
+        others_write({}); // so that all that was asked has been answered
     }
 
     std::size_t on_its_way() const override { return 32768; }
