@@ -21,7 +21,7 @@ class SharedDatabase : public testing::Test {
 protected:
     SharedDatabase()
     {
-        load_seed();
+        server.load(terminal.path("/seed"));
         server.ask("SAVE");
         unsetenv("AP_DATABASE_SEED");
         setenv("AP_CONSOLE_PORT", std::to_string(free_port()).c_str(), 1);
@@ -57,18 +57,6 @@ protected:
         return waitid(P_PID, static_cast<id_t>(process_), &info, WEXITED | WNOHANG | WNOWAIT) ==
                    0 &&
                info.si_pid == process_;
-    }
-
-    void load_seed()
-    {
-        std::ifstream seed(terminal.path("/seed"));
-        for (std::string line; std::getline(seed, line);) {
-            const std::size_t equals = line.find(" = ");
-            if (line.starts_with('#') || equals == std::string::npos)
-                continue;
-            server.ask("SET %s %s", line.substr(0, equals).c_str(),
-                       line.substr(equals + 3).c_str());
-        }
     }
 
     bool comes_to(const std::string& key, const std::string& value)
@@ -219,7 +207,7 @@ TEST_F(SharedDatabase, AStartThatIsCutEndsOrProtects)
     std::string ends;
     for (int piece = 1; piece <= 12; ++piece) {
         server.ask("FLUSHALL");
-        load_seed();
+        server.load(terminal.path("/seed"));
         set_temperature(40);
         const Process breaker(break_at(piece, path, server.socket()));
         start_daemon("unix:" + path);

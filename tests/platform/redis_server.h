@@ -101,6 +101,17 @@ public:
         peer_.reset();
     }
 
+    // Writes the "key = value" lines of a board's seed, as another client.
+    void load(const std::filesystem::path& seed)
+    {
+        std::ifstream lines(seed);
+        for (std::string line; std::getline(lines, line);) {
+            const std::size_t equals = line.find(" = ");
+            if (!line.starts_with('#') && equals != std::string::npos)
+                ask("SET %s %s", line.substr(0, equals).c_str(), line.substr(equals + 3).c_str());
+        }
+    }
+
     // What another client gets for a command of words without blanks; "" for nothing.
     template <typename... Values>
     std::string ask(const char* format, Values... values)
