@@ -3,12 +3,9 @@
 #ifdef POWER_MAN_HAS_REDIS
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 
 #include "platform/redis_server.h"
 #include "support/manager.h"
-#include "support/process.h"
 #include "support/terminal.h"
 
 namespace {
@@ -50,13 +47,6 @@ protected:
         int status = -1;
         waitpid(process_, &status, 0);
         return WIFEXITED(status) ? WEXITSTATUS(status) : -status;
-    }
-    bool has_ended() const
-    {
-        siginfo_t info{};
-        return waitid(P_PID, static_cast<id_t>(process_), &info, WEXITED | WNOHANG | WNOWAIT) ==
-                   0 &&
-               info.si_pid == process_;
     }
 
     bool comes_to(const std::string& key, const std::string& value)
@@ -153,78 +143,6 @@ TEST_F(SharedDatabase, EachTemperatureActsOnceThroughAllBreaks)
     EXPECT_EQ(log(), "hot lost back lost back cool hot ");
     EXPECT_NE(manager.heard().find("STATUS=qv1202B limited since "), std::string::npos);
     EXPECT_EQ(end_daemon(), 0);
-}
-
-// A server at `path` that is the one at `behind`, but breaks the connection on which it has to say
-// something for the Nth time.
-pid_t break_at(int times, const std::string& path, const std::string& behind)
-{
-    const auto name_of = [](const std::string& text) {
-        sockaddr_un name{};
-        name.sun_family = AF_UNIX;
-        text.copy(name.sun_path, sizeof name.sun_path - 1);
-        return name;
-    };
-    unlink(path.c_str());
-    const sockaddr_un here = name_of(path);
-    const sockaddr_un there = name_of(behind);
-    const int listening = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    EXPECT_EQ(bind(listening, reinterpret_cast<const sockaddr*>(&here), sizeof here), 0);
-    listen(listening, 8);
-    const pid_t process = fork();
-    if (process != 0) {
-        close(listening);
-        return process;
-    }
-    std::vector<pollfd> ends{{listening, POLLIN, 0}}; // then a client and its server in turn
-    while (poll(ends.data(), ends.size(), -1) > 0) {
-        for (std::size_t i = 1; i < ends.size(); ++i) {
-            if (ends[i].revents == 0)
-                continue;
-            std::array<char, 65536> bytes;
-            const std::size_t other = i % 2 == 1 ? i + 1 : i - 1;
-            const ssize_t length = read(ends[i].fd, bytes.data(), bytes.size());
-            const bool cut = length <= 0 || (i % 2 == 0 && --times == 0);
-            if (!cut && write(ends[other].fd, bytes.data(), static_cast<std::size_t>(length)) > 0)
-                continue;
-            for (pollfd* const end : {&ends[i], &ends[other]}) {
-                close(end->fd);
-                *end = {-1, 0, 0};
-            }
-        }
-        if (ends[0].revents != 0) {
-            ends.push_back({accept(listening, nullptr, nullptr), POLLIN, 0});
-            ends.push_back({socket(AF_UNIX, SOCK_STREAM, 0), POLLIN, 0});
-            connect(ends.back().fd, reinterpret_cast<const sockaddr*>(&there), sizeof there);
-        }
-    }
-    _exit(0);
-}
-
-TEST_F(SharedDatabase, AStartThatIsCutEndsOrProtects)
-{
-    const std::string path = server.path("cut");
-    std::string ends;
-    for (int piece = 1; piece <= 12; ++piece) {
-        server.ask("FLUSHALL");
-        server.load(terminal.path("/seed"));
-        set_temperature(40);
-        const Process breaker(break_at(piece, path, server.socket()));
-        start_daemon("unix:" + path);
-        for (int i = 0; i < 50 && !has_ended(); ++i)
-            poll(nullptr, 0, 10);
-        const bool ended = has_ended();
-        set_temperature(90);
-        EXPECT_TRUE(ended || comes_to(limited, "1")) << piece;
-        EXPECT_EQ(end_daemon(), ended ? 1 : 0) << piece;
-        std::ifstream file(server.path("daemon.log"));
-        std::string line;
-        std::getline(file, line);
-        EXPECT_EQ(ended, line.starts_with("power_man: AP_DATABASE: ")) << line;
-        EXPECT_TRUE(!ended || !std::getline(file, line)) << "more than one line: " << line;
-        ends += ended ? 'e' : 'p';
-    }
-    EXPECT_TRUE(ends.starts_with("eee") && ends.ends_with("ppp")) << ends;
 }
 
 } // namespace
