@@ -33,7 +33,7 @@ SCRATCH = sys.argv[1:] == ["--scratch"]
 PROGRAMS = [] if SCRATCH else [pathlib.Path(path).resolve() for path in sys.argv[1:]]
 PAGES = sorted(page for page in ROOT.glob("**/*.md") if page.relative_to(ROOT).parts[0] != "build")
 REPLAY = any(program.name.endswith("-replay") for program in PROGRAMS)
-COMMAND = re.compile(r"^(\$ |\./|board/|build/|power_man|cmake|ctest|cpack|redis-cli|docker|apt|"
+COMMAND = re.compile(r"^(\$ |\./|board/|build/|power_man|cmake|ctest|redis-|cc |apt|"
                      r"systemctl|config |journalctl|dpkg|echo |rm |PATH=|AP_\w+=|bash |for )")
 
 
