@@ -11,7 +11,7 @@ BATCH = 5  # changes in one line of the console
 
 # Times the resident memory of the least that a program can be. Without shared libraries that one
 # carries only the few functions that it calls itself; see docs/performance.md.
-MEMORY_KINDS = (("shared libraries", "-shared", 1.5), ("static", "", 1.75))
+MEMORY_KINDS = (("shared libraries", "-shared", 1.5), ("static", "", 1.95))
 
 # Times the processor time of as many writes of a key that nobody watches: an emulated processor is
 # as fast as the machine that emulates it has time.
@@ -99,6 +99,7 @@ def measure(report, machine):
                      f"writing alone takes, at most {factor}", spent <= factor * other, spent)
     report.check("boundaries were crossed", "raise EV_AP" in terminal.ask("journal"))
     log = terminal.log()
-    report.check(f"the log stayed short ({len(log.splitlines())} lines)",
-                 len(log.splitlines()) < 50, log[-2000:])
+    others = [line for line in log.splitlines() if " -> " not in line]
+    report.check(f"the log has the changes of interval, and little else ({len(others)} lines)",
+                 len(others) < 50, "\n".join(others)[-2000:])
     terminal.stop()
