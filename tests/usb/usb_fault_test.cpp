@@ -105,19 +105,6 @@ TEST_F(UsbFault, LineThatIsMissingLeavesUsbOn)
     EXPECT_NE(story().find("1 ms: raise USB short circuit\n"), std::string::npos);
 }
 
-TEST_F(UsbFault, LineThatCannotBeWatchedIsTriedAgain)
-{
-    fs::create_directory(terminal.path("/sys/class/gpio/gpio81")); // has no edges
-    terminal.put("/sys/class/gpio/gpio81/direction", "in");
-    terminal.put(line_value, "1");
-    pwr_mgr_usb_power(1, 0);
-    EXPECT_EQ(only(terminal.story(), {"log"}),
-              "log 3 USB over-current on GPIO 81 is not watched: Operation not permitted\n");
-    start();
-    edge_at(1);
-    EXPECT_NE(story().find("1 ms: raise USB short circuit\n"), std::string::npos);
-}
-
 // Its directory is made anew behind the daemon's back, and then cannot be watched: the next USB on
 // watches the new one, and says once what does not work.
 TEST_F(UsbFault, LineThatIsTakenAwayIsWatchedAgain)
