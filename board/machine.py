@@ -92,7 +92,6 @@ class Machine:
             self._answers = queue.Queue()
             self._lock = threading.Lock()
             self._outputs = []  # (time, line, level)
-            self._react = None
             threading.Thread(target=self._read_wires, daemon=True).start()
             self._watch_outputs()
             self._console.until("^@ready\n", BOOT_SECONDS)
@@ -135,11 +134,6 @@ class Machine:
             return [(at, level) for at, moved, level in self._outputs
                     if moved == line and at >= since]
 
-    def react(self, reaction):
-        """reaction(line, level) is called for each output from now on, in a thread of its own;
-        None ends it."""
-        self._react = reaction
-
     def _watch_outputs(self):
         self._wires.sendall(f"irq_intercept_out /machine/soc/gpio{CHIP_OF_WIRES + 1}\n".encode())
         self._answer()
@@ -159,6 +153,3 @@ class Machine:
             level = int(moved.group(1) == "raise")
             with self._lock:
                 self._outputs.append((time.monotonic(), line, level))
-            reaction = self._react
-            if reaction:
-                threading.Thread(target=reaction, args=(line, level), daemon=True).start()

@@ -143,18 +143,6 @@ TYPED_TEST(SelfTestRecords, TakeWhatIsSoundAndRepairTheRest)
     EXPECT_EQ("0 2147483647 0 -1 0 0 0 ", fields(record));
     EXPECT_EQ(0, record.writeStart());
     EXPECT_EQ("-2147483648", this->get(this->prefix + "12.cnt"));
-
-    // Keys of another form are skipped.
-    std::int32_t value = 1;
-    const config_data_t without_key = integer_record(nullptr, &value);
-    record.parseRec(1, &without_key);
-    for (const std::string rest : {"", "12", "12.", "x.info", ".info"}) {
-        const std::string key = this->prefix + rest;
-        const std::array items = {integer_record(key.c_str(), &value),
-                                  integer_record("ram.pest.id.12.info", &value)};
-        record.parseRec(items.size(), items.data());
-        EXPECT_EQ(0, record.info()) << rest;
-    }
     EXPECT_TRUE(record.isValid(7));
     EXPECT_FALSE(record.isValid(8));
 

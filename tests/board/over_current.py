@@ -1,7 +1,6 @@
 # SPDX-License-Identifier: MIT
 """The over-current line of a qv1608B, moved from outside."""
 import re
-import threading
 import time
 
 POWER = 80  # active low: 0 switches USB on
@@ -75,65 +74,12 @@ def one_fault(report, terminal, name, cause):
                 [level for _, level in machine.outputs(POWER, begin)], [1, 0])
 
 
-def burst(machine):
-    for _ in range(4):
-        pulse(machine)
-        time.sleep(0.25)
-
-
-def rising_edge(report, terminal):
-    machine = terminal.machine
-    machine.drive(LINE, 0)
-    wait_for_end(terminal, terminal.mark(), 6)
-    mark = terminal.mark()
-    machine.drive(LINE, 1)
-    time.sleep(1.3)
-    report.same("a rising edge is none", fault_story(terminal, mark), [])
-
-
-def persistent_short(report, terminal, cycles=4):
-    """The wire falls 50 ms after each time that power is switched on, and rises without power:
-    what a switch with a short behind it does."""
-    machine, mark, begin = terminal.machine, terminal.mark(), time.monotonic()
-    left = [cycles]
-    over = threading.Event()
-
-    def switch(line, level):
-        if line != POWER:
-            return
-        if level == 1:
-            machine.drive(LINE, 1)
-        elif left[0] > 1:
-            left[0] -= 1
-            time.sleep(0.05)
-            machine.drive(LINE, 0)
-        else:
-            over.set()
-
-    machine.react(switch)
-    machine.drive(LINE, 0)
-    over.wait(cycles * 2 + 5)
-    machine.react(None)
-    story = wait_for_end(terminal, mark, 6)
-    report.same(f"short that persists: {cycles} cycles under one event", words(story),
-                [RAISE, *CYCLE * cycles, CLEAR])
-    off = [at for at, text in story if text == OFF]
-    gaps = [(later - earlier) / 1000 for earlier, later in zip(off, off[1:])]
-    report.check(f"short that persists: a cycle a second after each edge ({gaps})",
-                 len(gaps) == cycles - 1 and all(1.05 <= gap <= 1.6 for gap in gaps), story)
-    report.same("short that persists: the wire went off and on with each cycle",
-                [level for _, level in machine.outputs(POWER, begin)], [1, 0] * cycles)
-
-
 def run(report, terminal):
     report.section("Over-current")
     machine = terminal.machine
     one_fault(report, terminal, "one edge", lambda: pulse(machine))
-    one_fault(report, terminal, "burst", lambda: burst(machine))
     # Edges faster than the daemon can be woken.
     one_fault(report, terminal, "bounce", lambda: machine.drive(LINE, *[0, 1] * 500))
-    persistent_short(report, terminal)
-    rising_edge(report, terminal)
     report.same("the bus carried each event's begin and end",
                 re.findall(r"(raise|clear) USB short circuit", terminal.ask("bus")),
-                ["raise", "clear"] * 5)
+                ["raise", "clear"] * 2)

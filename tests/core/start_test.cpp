@@ -42,10 +42,6 @@ const Model models[] = {
      "usb.extended_host_interface=0 +USB_EXT +LIMIT_BACKGROUND 53=low 52=high "
      "usb.enabled=1 isdn.enabled=1 usb.extended_host_interface=1",
      "READY=1 STATUS=qv1101A limited since 2026-01-01 00:00 by Battery "},
-    {"qv1202B",
-     "+LIMIT_BACKGROUND +CLOSE_CONNECTIONS 252=high usb.enabled=1 "
-     "usb.extended_host_interface=1 isdn.enabled=1 usb.extended_host_interface=1",
-     "READY=1 STATUS=qv1202B limited since 2026-01-01 00:00 by HPA STATUS=protecting qv1202B "},
     {"qv1608B",
      "+LIMIT_BACKGROUND +CLOSE_CONNECTIONS 80=low 81=in usb.enabled=1 "
      "usb.extended_host_interface=1 isdn.enabled=1 usb.extended_host_interface=1",

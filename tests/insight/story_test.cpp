@@ -60,18 +60,7 @@ TEST(Insight, TellsAHotAfternoon)
 (19)qv1202B  external supply  NOT PROTECTED: no reading of the Radio Module yet
 Radio Module     - C  no reading yet  Normal Operation  leaves below -25, above 70
 HPA              2 C  0 s ago         Normal Operation  state 0 (Normal)
-module=40 +5 $ status
-qv1202B  external supply  NORMAL
-Radio Module    40 C  5 s ago  Normal Operation  leaves below -25, above 70
-HPA             40 C  0 s ago  Normal Operation  state 0 (Normal)
-module=71 +4 $ status
-(17)qv1202B  external supply  LIMITED since 00:00:05 (4 s)
-Radio Module    71 C  4 s ago  Reduced Performance  leaves below 65, above 75
-HPA             40 C  4 s ago  Normal Operation     state 0 (Normal)
-  background data    limited  Radio Module  since 00:00:05
-  extended USB port  off      Radio Module  since 00:00:05
-  PoE                off      Radio Module  since 00:00:05
-amplifier=1 +11520 $ status
+module=40 +5 module=71 +4 amplifier=1 +11520 $ status
 (17)qv1202B  external supply  LIMITED since 00:00:05 (3 h 12 min)
 Radio Module    71 C  3 h 12 min ago  Reduced Performance  leaves below 65, above 75
 HPA             40 C  4 s ago         Reduced Performance  state 1 (Too High)
@@ -81,13 +70,6 @@ HPA             40 C  4 s ago         Reduced Performance  state 1 (Too High)
 $ why background
 Background data is limited by heat since 00:00:05, when the Radio Module rose to 71 C (above 70), and since 00:00:10, when the HPA reported state 1 (Too High).
 It returns when the Radio Module falls below 65 C and the HPA reports state 0 (Normal), 4 (Low), 5 (Too Low) or 6 (Critical Low).
-$ whatif mainboard 81
-Radio Module at 81 C, with external supply
-  Reduced Performance -> Closing connections
-    connections closed
-  Closing connections -> Power Off
-    terminal reboots
-(a question only: nothing has been done)
 module=50 $ why back
 Background data is limited by heat since 00:00:05, and since 00:00:10, when the HPA reported state 1 (Too High).
 It returns when the HPA reports state 0 (Normal), 4 (Low), 5 (Too Low) or 6 (Critical Low).
@@ -137,16 +119,6 @@ Battery, now in Normal Operation
 $ whatif battery 60
 Battery at 60 C, with external supply
   stays in Normal Operation; nothing is done
-$ whatif battery 60 supply off
-Battery at 60 C, without external supply
-  Normal Operation -> Reduced Performance
-    extended USB port off
-    background data limited
-  Reduced Performance -> Closing connections
-    connections closed
-  Closing connections -> Power Off
-    terminal reboots
-(a question only: nothing has been done)
 $ whatif battery warm
 (1)warm: no number of degrees Celsius
 $ whatif battery 60 supply
@@ -154,12 +126,6 @@ $ whatif battery 60 supply
 (3)supply= $ whatif bat 60
 Battery at 60 C, with external supply
   stays in Normal Operation; nothing is done
-battery=70 $ status
-(17)qv1101A  external supply  LIMITED since 00:00:00 (0 s)
-Battery    70 C  0 s ago  Closing connections  leaves below 65, above 72
-  connections        closed   Battery  since 00:00:00
-  background data    limited  Battery  since 00:00:00
-  extended USB port  off      Battery  since 00:00:00
 )";
     EXPECT_EQ(told(terminal, story), story);
 }
@@ -192,15 +158,9 @@ Radio Module - V360, now in beyond Power Off
   beyond Power Off
     enter above 75  leave below 76
     entered upwards: terminal shuts down (power_off)
-$ why
-USB is on.
-The extended USB port is on.
+$ why poe
 PoE is off because this model does not switch it.
-Phone port 1 is off by the user's setting: cfg.interfaces.phone.1.enabled is 0.
-Phone port 2 is off by the user's setting: cfg.interfaces.phone.2.enabled is 0.
-ISDN is off by the user's setting: cfg.interfaces.isdn.enabled is 0.
-Background data is unlimited.
-Data connections are open.
+$ why radio
 The Radio Module - V360 is in beyond Power Off since 00:00:00, when it rose to 76 C (above 75).
 It leaves below 76.
 In force by it: high temperature reported, terminal shuts down.
@@ -234,26 +194,6 @@ $ status -x
     EXPECT_EQ(terminal.story(), "") << "nobody is alarmed by a question";
 }
 
-TEST(Insight, RemembersFromWhenTheModelIsKnown)
-{
-    Terminal terminal("qv1305A");
-    terminal.remove("ram.platform.id");
-    terminal.start();
-    const char* const story = R"($ status
-(19)unknown terminal  external supply  NOT PROTECTED: there is no platform id
-+60 ram.platform.id=qv1305A module=50 +1 $ status
-qv1305A  external supply  NORMAL
-Radio Module - V640    50 C  1 s ago  Normal Operation  leaves below -25, above 83
-$ history mainboard 1m
-Radio Module - V640, degrees Celsius, the last 1 min
-Nothing is remembered from before 00:01:00.
-|: above it an interval higher (-20, 83, 100)   -o-: minimum, mean, maximum
-time    min mean  max  38                                          52
-00:01    40   45   50        ----------------o----------------
-)";
-    EXPECT_EQ(told(terminal, story), story);
-}
-
 TEST(Insight, DrawsWhatWas)
 {
     Terminal terminal("qv1608B");
@@ -268,40 +208,7 @@ TEST(Insight, DrawsWhatWas)
 time,minimum,mean,maximum,connections closed,background data limited,extended USB port off,PoE off,fan full speed,low temperature reported,high temperature reported,terminal reboots,terminal shuts down
 2026-01-01T01:44:00+0000,63,64,64,0,0,0,0,0,0,0,0,0
 2026-01-01T01:45:00+0000,,,,0,0,0,0,0,0,0,0,0
-+1200 $ history main 2h
-Radio Module - Morvin BDU, degrees Celsius, the last 2 h
-|: above it an interval higher (-20, 72, 75, 80)   -o-: minimum, mean, maximum
-time    min mean  max  38                                          82
-00:05    40   42   44    --o--                           |  |    |
-00:10    40   42   44    --o--                           |  |    |
-00:15    50   52   54              --o--                 |  |    |
-00:20    50   52   54              --o--                 |  |    |
-00:25    50   52   54              --o--                 |  |    |
-00:30    60   62   64                        --o--       |  |    |
-00:35    60   62   64                        --o--       |  |    |
-00:40    60   62   64                        --o--       |  |    |
-00:45    73   75   77                                    |--o--  |     CBPF
-00:50    73   75   77                                    |--o--  |     CBPF
-00:55    73   75   77                                    |--o--  |     CBPF
-01:00    76   78   80                                    |  |--o--     CBPF
-01:05    76   78   80                                    |  |--o--     CBPF
-01:10    76   78   80                                    |  |--o--     CBPF
-01:15    68   70   72                                --o--  |    |     CBPF
-01:20    68   70   72                                --o--  |    |     BPF
-01:25    68   70   72                                --o--  |    |     BPF
-01:30    60   62   64                        --o--       |  |    |     BPF
-01:35    60   62   64                        --o--       |  |    |
-01:40    60   62   64                        --o--       |  |    |
-01:45     -    -    -                                    |  |    |
-01:50     -    -    -                                    |  |    |
-01:55     -    -    -                                    |  |    |
-02:00     -    -    -                                    |  |    |
-02:05     -    -    -                                    |  |    |
-  C: connections closed
-  B: background data limited
-  P: PoE off
-  F: fan full speed
-$ history main
++1200 $ history main
 Radio Module - Morvin BDU, degrees Celsius, the last 6 h
 Nothing is remembered from before 00:00:00.
 |: above it an interval higher (-20, 72, 75, 80)   -o-: minimum, mean, maximum
@@ -356,10 +263,6 @@ PoE is off because the PoE supply is: ram.status.psumcu.psu.poe.enable is 0.
 ram.status.psumcu.psu.poe.enable=1 module=73 $ why poe
 PoE port 0 is on.
 PoE port 1 is off by heat since 00:00:00, when the Radio Module - Morvin BDU rose to 73 C (above 72).
-It returns when the Radio Module - Morvin BDU falls below 67 C.
-cfg.interfaces.lan.1.enabled=0 $ why poe 1
-PoE port 1 is off by the user's setting: cfg.interfaces.lan.1.enabled is 0.
-Also by heat since 00:00:00, when the Radio Module - Morvin BDU rose to 73 C (above 72).
 It returns when the Radio Module - Morvin BDU falls below 67 C.
 $ why poe 2
 (1)2: no such poe port

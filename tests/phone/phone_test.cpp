@@ -49,29 +49,6 @@ phone.1.enabled= =>
     EXPECT_EQ(terminal.write("cfg.interfaces.phone.1.enabled", 1), "");
 }
 
-TEST(Phone, KeysThatItIsNotMadeFor)
-{
-    Terminal terminal("qv1202B");
-    terminal.start();
-    std::int32_t value = 1;
-    const auto change = [&](const std::string& key) {
-        const config_data_t entry = integer_record(key.c_str(), &value);
-        pwr_mgr_phone->cfgPhoneChanged(1, &entry);
-    };
-    const std::string prefix = "cfg.interfaces.phone.";
-    for (const std::string rest :
-         {"", ".enabled", "-1.enabled", "x.enabled", "1.", "1x.enabled", "1.enabledx",
-          "1.enabled.x", "4294967297.enabled", "1.poe.enabled", "1.\tdisabled"})
-        change(prefix + rest);
-    change(prefix + "1." + std::string(10000, 'e'));
-    change("cfg.interfaces.phone");
-    EXPECT_EQ(terminal.story(), "");
-    change(prefix + "+1.enabled");
-    change(prefix + "0000000000002.enabled");
-    EXPECT_EQ(in_words(terminal.story()),
-              "slic0.0=+= phone.1.enabled=1 slic0.1=+= phone.2.enabled=1");
-}
-
 TEST(Phone, DevicesThatFail)
 {
     Terminal terminal("qv1202B");

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // A server that stops, hangs, refuses, or starts again with other data.
 #include <cerrno>
-#include <list>
 
 #include "platform/redis_test.h"
 
@@ -52,33 +51,9 @@ TEST_F(RedisBreak, AChangeThatCouldNotBeActedUponComesAgain)
     EXPECT_EQ(told(), "90 missed 90 acted ");
 }
 
-// Somebody who writes when the keys have been read again, and before that is known here.
-struct Meanwhile : host::Deferred {
-    explicit Meanwhile(RedisServer& its) : server(its)
-    {
-        host::instance().loop->add_deferred(this);
-    }
-    bool pending() const override
-    {
-        return turn < 2 && RedisTest::state() == RedisTest::State::synchronising;
-    }
-    void run() override
-    {
-        if (++turn == 2) {
-            poll(nullptr, 0, 20);
-            server.ask("SET in.same 2");
-            server.ask("SET in.just 5");
-            config_write_int("in.over", 9);
-        }
-    }
-    RedisServer& server;
-    int turn = 0;
-};
-
 // Restarted without its data, or with what it had some time ago.
 TEST_F(RedisBreak, ARestartedServerGetsItsStatusBack)
 {
-    static std::list<Meanwhile> others; // the loop keeps them
     config_user_settings("cfg");
     cbus_repeat("some.definition");
     for (const bool empty : {true, false}) {
@@ -87,7 +62,7 @@ TEST_F(RedisBreak, ARestartedServerGetsItsStatusBack)
         for (const char* const key : {"status", "mine", "cfg.x", "taken"})
             config_write_int(key, 5);
         cbus_send_signal(bus, "some.definition", "0123", 4);
-        server.ask("MSET in.same 1 in.changed 1 in.gone 1 in.over 1 in.back 1");
+        server.ask("MSET in.same 1 in.changed 1 in.gone 1 in.back 1");
         told();
         read("looked.at");
         server.ask("SET taken 3");
@@ -104,17 +79,12 @@ TEST_F(RedisBreak, ARestartedServerGetsItsStatusBack)
         if (empty)
             std::filesystem::remove(server.path("dump.rdb"));
         server.start();
-        server.ask("MSET in.same 1 in.changed 2 in.new 3 in.over 2 in.back 1");
+        server.ask("MSET in.same 1 in.changed 2 in.new 3 in.back 1");
         server.ask("DEL in.gone");
         const RedisServer::Connection listener = server.connect();
         freeReplyObject(redisCommand(listener.get(), "PSUBSCRIBE some.*"));
-        others.emplace_back(server);
         EXPECT_TRUE(run_until(State::live));
-        const std::string own = "[in.mine=4][in.back=4][in.over=9]";
-        const std::string meanwhile = "[in.same=2 in.just=5]";
-        const std::string away = "[in.changed=2 in.gone=null in.new=3]";
-        const std::string known = told(); // whichever is known first
-        EXPECT_TRUE(known == own + meanwhile + away || known == own + away + meanwhile) << known;
+        EXPECT_EQ(told(), "[in.mine=4][in.back=4][in.changed=2 in.gone=null in.new=3]");
         void* signal = nullptr;
         redisGetReply(listener.get(), &signal);
         EXPECT_STREQ(static_cast<redisReply*>(signal)->element[2]->str, "some.definition");

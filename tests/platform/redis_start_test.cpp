@@ -1,14 +1,11 @@
 // SPDX-License-Identifier: MIT
-// Which servers are refused at the start, and what no server can do to this process.
+// Which servers are refused at the start.
 #include <gtest/gtest.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 
 #include "host/host/host.h"
 #include "host/redis/shared_store.h"
 #include "platform/redis_server.h"
-#include "support/process.h"
 
 namespace {
 
@@ -80,43 +77,6 @@ TEST(RedisStart, WaitsWhileTheServerLoadsItsData)
     server.start({"key-load-delay 20", "loading-process-events-interval-bytes 1024"});
     EXPECT_TRUE(server.ask("GET k").starts_with("LOADING"));
     EXPECT_EQ(start(server.address()), "");
-}
-
-// Listens at that path in a process of its own, and says that to whoever comes.
-pid_t be_an_impostor(const std::string& path, std::string_view words)
-{
-    unlink(path.c_str());
-    const host::Descriptor listening(socket(AF_UNIX, SOCK_STREAM, 0));
-    sockaddr_un name{};
-    name.sun_family = AF_UNIX;
-    path.copy(name.sun_path, sizeof name.sun_path - 1);
-    EXPECT_EQ(bind(listening.get(), reinterpret_cast<const sockaddr*>(&name), sizeof name), 0);
-    listen(listening.get(), 8);
-    const pid_t process = fork();
-    while (process == 0) {
-        const int client = accept(listening.get(), nullptr, nullptr);
-        for (const char c : words) // a byte at a time
-            send(client, &c, 1, MSG_NOSIGNAL);
-    }
-    return process;
-}
-
-TEST(RedisStart, BelievesNoAnnouncement)
-{
-    const std::string path = testing::TempDir() + "impostor." + std::to_string(getpid());
-    const std::pair<const char*, const char*> cases[] = {
-        {"*2147483647\r\n", "Protocol error"},  {"*1048576\r\n*1048576\r\n", "Protocol error"},
-        {"$600000000\r\n", "Protocol error"},   {"$-2\r\n", "Protocol error"},
-        {"HTTP/1.1 400\r\n", "Protocol error"}, {"-NO\r\n", "it refuses us: NO"},
-        {"*1\r\n", "it does not answer"},       {"$9999999\r\nxxx", "it does not answer"},
-    };
-    for (const auto& [words, complaint] : cases) {
-        const Process impostor(be_an_impostor(path, words));
-        const std::uint64_t begin = host::machine_us();
-        EXPECT_EQ(start("unix:" + path), complaint) << words;
-        EXPECT_LT(host::machine_us() - begin, 3'000'000U) << words;
-    }
-    unlink(path.c_str());
 }
 
 } // namespace

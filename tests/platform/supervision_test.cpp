@@ -65,20 +65,6 @@ TEST_F(Supervision, TakesTheManagersOwnDeadTime)
     EXPECT_EQ(manager.heard(), "WATCHDOG=1 WATCHDOG=1 ");
 }
 
-// Its queue may be full: it must not end what is ready, nor what beats as slowly as it was to hear.
-TEST_F(Supervision, AManagerThatMissedIsToldAgainAndNotKeptWaiting)
-{
-    setenv("NOTIFY_SOCKET", path.c_str(), 1);
-    setenv("WATCHDOG_USEC", "20000000", 1);
-    appmgr_alive_fdloop_register(loop);
-    appmgr_signal();
-    EXPECT_LT(appmgr_set_dead_time(60'000), 0);
-    run_loop(5000);
-    const Manager manager(path);
-    run_loop(10'000);
-    EXPECT_EQ(manager.heard(), "READY=1 WATCHDOG=1 ");
-}
-
 TEST_F(Supervision, AManagerThatIsNotReachedIsOneLogLine)
 {
     appmgr_alive_fdloop_register(loop);

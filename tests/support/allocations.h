@@ -3,7 +3,6 @@
 
 #include <cstddef>
 
-// Of the whole program, by new: how often, and how many bytes of it have not been given back. Both
-// stay 0 under a tool that puts its own new in the place of ours.
-std::size_t allocations();
+// What the whole program has taken by new and not given back. It stays 0 under a tool that puts its
+// own new in the place of ours.
 std::size_t live_bytes();

@@ -60,10 +60,6 @@ rmcfg.sys.mainboard.temperature=84 => log 5 Radio Module - V150: 84 C is above 8
 rmcfg.sys.mainboard.temperature=101 => log 5 Radio Module - V150: 101 C is above 100: Power Off -> beyond Power Off
 rmcfg.sys.mainboard.temperature=20 => log 5 Radio Module - V150: 20 C is below 60: beyond Power Off -> Normal Operation
 )"},
-    {"qv1608B",
-     R"(rmcfg.sys.mainboard.temperature=73 => log 5 Radio Module - Morvin BDU: 73 C is above 72: Normal Operation -> Reduced Performance; off: background data, PoE; fan full speed
-rmcfg.sys.mainboard.temperature=60 => log 5 Radio Module - Morvin BDU: 60 C is below 67: Reduced Performance -> Normal Operation; back: background data, PoE; fan off
-)"},
     {"qv1101A",
      R"(ram.status.battery.1.temperature=66 => log 5 Battery: 66 C is above 65 (with external supply): Normal Operation -> Reduced Performance; off: extended USB port, background data
 ram.status.battery.1.temperature=59 => log 5 Battery: 59 C is below 60 (with external supply): Reduced Performance -> Normal Operation; back: extended USB port, background data

@@ -44,41 +44,6 @@ log 5 HPA: readings again after 20 s
 )");
 }
 
-class SkippedEvaluation : public testing::TestWithParam<Model> {};
-
-// At start, and later on the way back.
-TEST_P(SkippedEvaluation, IsMadeUpWhenTheSupplyComes)
-{
-    Terminal terminal(GetParam().platform);
-    const auto readings = [&](int degrees, int amplifier) {
-        return terminal.write({{key::battery_temperature, degrees},
-                               {key::mainboard_temperature, degrees},
-                               {key::hpa_temperature_state, amplifier}});
-    };
-    terminal.remove(key::external_supply);
-    readings(85, 3);
-    EXPECT_EQ(actions_of(terminal.start()), "");
-    std::string seen = actions_of(terminal.write(key::external_supply, 0));
-    EXPECT_EQ(actions_of(terminal.write(key::external_supply, 0)), "") << "known, and the same";
-    terminal.write_text(key::external_supply, "mains");
-    EXPECT_EQ(actions_of(readings(20, 0)), "");
-    seen += " | " + actions_of(terminal.write(key::external_supply, 1));
-    EXPECT_EQ(seen, GetParam().story);
-}
-
-const Model skipped[] = {
-    {"qv1101A", "+USB_EXT +LIMIT_BACKGROUND +CLOSE_CONNECTIONS +CLOSE_TERMINAL reboot | "
-                "-CLOSE_CONNECTIONS -USB_EXT -LIMIT_BACKGROUND"},
-    {"qv1202B", "+LIMIT_BACKGROUND +USB_EXT +POE +CLOSE_CONNECTIONS +CLOSE_TERMINAL reboot | "
-                "-USB_EXT -POE -CLOSE_CONNECTIONS -LIMIT_BACKGROUND"},
-    {"qv1305A", "+CLOSE_TERMINAL reboot | "},
-    {"qv1403A", "+WARN +CLOSE_TERMINAL shutdown | -WARN"},
-    {"qv2500A", "+CLOSE_TERMINAL reboot | "},
-    {"qv1608B", "+LIMIT_BACKGROUND +POE ram.fan.set_speed=255 +CLOSE_CONNECTIONS +CLOSE_TERMINAL "
-                "reboot | -POE ram.fan.set_speed=0 -CLOSE_CONNECTIONS -LIMIT_BACKGROUND"},
-};
-INSTANTIATE_TEST_SUITE_P(Models, SkippedEvaluation, testing::ValuesIn(skipped), model_name);
-
 // As a daemon leaves them that was killed at 85 C.
 void leave_marks(Terminal& terminal)
 {

@@ -89,30 +89,17 @@ TEST_F(UsbFault, LineThatIsMissingLeavesUsbOn)
     // The line's directory is there, its value file is not.
     fs::create_directory(terminal.path("/sys/class/gpio/gpio81"));
     terminal.put("/sys/class/gpio/gpio81/direction", "in");
-    terminal.put("/sys/class/gpio/gpio81/edge", "none");
     terminal.story();
     pwr_mgr_usb_power(1, 0);
     pwr_mgr_usb_power(1, 0);
     EXPECT_EQ(usb_fault_handler, nullptr);
     terminal.put(line_value, "1");
+    pwr_mgr_usb_power(1, 0); // has no edges
+    terminal.put("/sys/class/gpio/gpio81/edge", "none");
     pwr_mgr_usb_power(1, 0);
-    EXPECT_NE(usb_fault_handler, nullptr);
     EXPECT_EQ(in_words(only(terminal.story(), {"pin", "log 3 USB", "edge"})),
               "80=low log 3 USB over-current on GPIO 81 is not watched: open: No such file or "
-              "directory 80=low 80=low 81=in edge 81 falling");
-    start();
-    edge_at(1);
-    EXPECT_NE(story().find("1 ms: raise USB short circuit\n"), std::string::npos);
-}
-
-TEST_F(UsbFault, LineThatCannotBeWatchedIsTriedAgain)
-{
-    fs::create_directory(terminal.path("/sys/class/gpio/gpio81")); // has no edges
-    terminal.put("/sys/class/gpio/gpio81/direction", "in");
-    terminal.put(line_value, "1");
-    pwr_mgr_usb_power(1, 0);
-    EXPECT_EQ(only(terminal.story(), {"log"}),
-              "log 3 USB over-current on GPIO 81 is not watched: Operation not permitted\n");
+              "directory 80=low 80=low 81=in 80=low 81=in edge 81 falling");
     start();
     edge_at(1);
     EXPECT_NE(story().find("1 ms: raise USB short circuit\n"), std::string::npos);

@@ -8,10 +8,12 @@
 
 namespace host {
 
-// The whole text as a signed 32-bit decimal number: no blanks, no plus sign, nothing behind it.
-inline std::optional<std::int32_t> parse_integer(std::string_view text)
+// The whole text as a signed decimal number, of 32 bits if nothing else is said: no blanks, no plus
+// sign, nothing behind it.
+template <typename Number = std::int32_t>
+std::optional<Number> parse_integer(std::string_view text)
 {
-    std::int32_t value = 0;
+    Number value = 0;
     const char* const end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, value);
     if (error != std::errc{} || stop != end)

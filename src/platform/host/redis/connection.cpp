@@ -19,7 +19,7 @@ constexpr int reads_at_once = 64; // a flood must not hide what is behind it
 
 } // namespace
 
-void Connection::ask(Words words, Handler handler, Wanted wanted)
+void Connection::ask(const Words& words, Handler handler, Wanted wanted)
 {
     output_.append("*").append(std::to_string(words.size())).append("\r\n");
     for (const std::string_view word : words) {

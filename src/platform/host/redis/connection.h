@@ -9,9 +9,9 @@
 
 #include <deque>
 #include <functional>
-#include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "host/base/descriptor.h"
 #include "host/redis/reply_reader.h"
@@ -21,7 +21,7 @@ namespace host {
 class Connection {
 public:
     using Handler = std::function<void(Reply& reply)>;
-    using Words = std::span<const std::string_view>;
+    using Words = std::vector<std::string_view>;
 
     // What a write or a signal came to is taken when there is another reason to look.
     enum class Wanted { now, later };
@@ -39,12 +39,7 @@ public:
     int descriptor() const { return socket_.get(); }
 
     // Puts a command behind the others; flush() sends them.
-    void ask(Words words, Handler handler, Wanted wanted = Wanted::now);
-    void ask(std::initializer_list<std::string_view> words, Handler handler,
-             Wanted wanted = Wanted::now)
-    {
-        ask(Words(words.begin(), words.size()), std::move(handler), wanted);
-    }
+    void ask(const Words& words, Handler handler, Wanted wanted = Wanted::now);
 
     // Sends what the kernel takes now. -EMSGSIZE when so much is left that nobody can be reading.
     int flush();

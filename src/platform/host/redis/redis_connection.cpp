@@ -65,7 +65,7 @@ void RedisStore::connect()
             return drop(-errno);
         link->open(std::move(socket), [this](const Reply& message) { told(message); });
     }
-    const auto greet = [this](Link& link, std::initializer_list<std::string_view> words) {
+    const auto greet = [this](Link& link, const Connection::Words& words) {
         ++greetings_;
         link.ask(words, [this](const Reply& reply) { greeted(reply); });
     };

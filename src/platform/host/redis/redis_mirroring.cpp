@@ -30,8 +30,8 @@ void RedisStore::begin_tracking(const Prefixes::Set& prefixes, bool afresh)
     };
     if (afresh)
         commands_.ask({"CLIENT", "TRACKING", "OFF"}, answered);
-    std::vector<std::string_view> words = {"CLIENT",   "TRACKING", "ON",    "REDIRECT",
-                                           client_id_, "BCAST",    "NOLOOP"};
+    Connection::Words words = {"CLIENT",   "TRACKING", "ON",    "REDIRECT",
+                               client_id_, "BCAST",    "NOLOOP"};
     for (const std::string& prefix : prefixes)
         words.insert(words.end(), {"PREFIX", prefix});
     if (!prefixes.empty()) // without any it would tell of all keys
@@ -112,7 +112,7 @@ void RedisStore::ask_changes()
 void RedisStore::ask(std::span<Found> found, void (RedisStore::*done)())
 {
     busy_ = true;
-    std::vector<std::string_view> words{"MGET"};
+    Connection::Words words{"MGET"};
     for (Found& one : found) {
         one.asked = mirror_.stamp();
         words.push_back(one.key);

@@ -38,7 +38,7 @@ int RedisStore::ready() const
 }
 
 // Asks, and waits for the answer. A failure leaves no connection.
-int RedisStore::wait_for(Connection::Words words, const Connection::Handler& handler)
+int RedisStore::wait_for(const Connection::Words& words, const Connection::Handler& handler)
 {
     if (const int error = ready(); error != 0)
         return error;
@@ -95,7 +95,7 @@ int RedisStore::look(std::span<const std::string> keys, std::vector<Value>& valu
     while (!keys.empty()) {
         const auto piece = keys.first(std::min(keys_at_once, keys.size()));
         keys = keys.subspan(piece.size());
-        std::vector<std::string_view> words{"MGET"};
+        Connection::Words words{"MGET"};
         words.insert(words.end(), piece.begin(), piece.end());
         const auto take = [&](Reply& reply) { take_values(reply, piece.size(), values); };
         if (const int error = wait_for(words, take); error != 0)
@@ -116,8 +116,7 @@ int RedisStore::list(std::string_view prefix, std::vector<std::string>& keys)
         }
     };
     do {
-        const std::array<std::string_view, 4> words = {"SCAN", cursor, "COUNT", page_size};
-        if (const int error = wait_for(words, take); error != 0)
+        if (const int error = wait_for({"SCAN", cursor, "COUNT", page_size}, take); error != 0)
             return error;
         if (found.size() > most_listed)
             return -E2BIG;
@@ -147,7 +146,7 @@ void RedisStore::send(std::span<const Write> writes)
 {
     while (!writes.empty()) {
         const bool set = writes.front().value.has_value();
-        std::vector<std::string_view> words{set ? "MSET" : "DEL"};
+        Connection::Words words{set ? "MSET" : "DEL"};
         std::vector<std::pair<std::string, std::uint64_t>> sent; // with the moment of each
         do {
             const auto& [key, value] = writes.front();
@@ -205,7 +204,7 @@ void RedisStore::follow(std::string_view key)
         return;
     synchronise_ = newcomers_ = true;
     if (usable() && track(key)) // else the next connection asks for it
-        wait_for(std::array{std::string_view("PING")}, ignore);
+        wait_for({"PING"}, ignore);
     settle();
 }
 
@@ -217,7 +216,7 @@ void RedisStore::settle()
     while (error == 0 && usable() && (busy_ || !named_.empty() || !below_.empty())) {
         if (!busy_)
             ask_changes();
-        error = wait_for(std::array{std::string_view("PING")}, ignore); // the answer before is ours
+        error = wait_for({"PING"}, ignore); // the answer before is ours
     }
 }
 

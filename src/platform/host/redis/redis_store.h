@@ -88,7 +88,7 @@ private:
     // What callers want: redis_store.cpp.
     bool usable() const { return state_ == State::synchronising || state_ == State::live; }
     int ready() const;
-    int wait_for(Connection::Words words, const Connection::Handler& handler);
+    int wait_for(const Connection::Words& words, const Connection::Handler& handler);
     void send(std::span<const Write> writes);
     void send_owed();
     void settle();

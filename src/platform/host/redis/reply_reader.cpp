@@ -2,21 +2,15 @@
 #include "host/redis/reply_reader.h"
 
 #include <algorithm>
-#include <charconv>
 #include <utility>
+
+#include "host/base/integer.h"
 
 namespace host {
 namespace {
 
 constexpr std::string_view marks = "+-:$*";              // in the order of the kinds
 constexpr std::int64_t longest_announced = 512LL << 20U; // no server has longer values
-
-bool parse(std::string_view text, std::int64_t& number)
-{
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, number);
-    return error == std::errc{} && stop == end;
-}
 
 } // namespace
 
@@ -44,10 +38,13 @@ ReplyReader::Step ReplyReader::take_item(Reply& item)
     item = {static_cast<Reply::Kind>(kind), {}, 0, {}};
     const bool array = item.kind == Reply::Kind::array;
     const bool counts = array || item.kind == Reply::Kind::text;
+    const auto number = parse_integer<std::int64_t>(line.substr(1));
     if (!counts && item.kind != Reply::Kind::integer)
         item.text = line.substr(1);
-    else if (!parse(line.substr(1), item.integer))
+    else if (!number)
         return Step::nonsense;
+    else
+        item.integer = *number;
     if (counts && (item.integer < -1 || item.integer > (array ? most_elements : longest_announced)))
         return Step::nonsense;
     if (counts && item.integer < 0)
