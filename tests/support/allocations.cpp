@@ -6,7 +6,13 @@
 #include <cstdlib>
 #include <new>
 
+static std::size_t count = 0;
 static std::size_t live = 0;
+
+std::size_t allocations()
+{
+    return count;
+}
 
 std::size_t live_bytes()
 {
@@ -17,6 +23,7 @@ std::size_t live_bytes()
 [[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept
 {
     void* const memory = std::malloc(size > 0 ? size : 1);
+    ++count;
     live += malloc_usable_size(memory);
     return memory;
 }

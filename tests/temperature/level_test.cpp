@@ -4,9 +4,11 @@
 #include <climits>
 
 #include "support/terminal.h"
-#include "temperature/sensor_numbers.h"
 
 namespace {
+
+// The numbers that these sensors have always had.
+enum : int { battery, radio_module, hpa };
 
 temp_mon_rec_t& record(int sensor)
 {
@@ -25,8 +27,8 @@ TEST(LevelRecord, StaysWhereNothingCanBeDecided)
     Terminal terminal("qv1202B");
     terminal.write({{key::external_supply, 1}, {key::hpa_temperature_state, 2}});
     terminal.start();
-    record(sensor::radio_module).alarm_id = 6;
-    temp_action(sensor::radio_module, 0, 71);
+    record(radio_module).alarm_id = 6;
+    temp_action(radio_module, 0, 71);
     // States that no amplifier has.
     std::string story;
     for (const int alarm : {7, -1, 7, INT_MIN, INT_MAX, -1})
@@ -42,11 +44,11 @@ log 4 HPA: unknown temperature state 2147483647 is ignored
     EXPECT_EQ(std::count(story.begin(), story.end(), '\n'), 12) << "16 are remembered";
     // An unknown supply.
     terminal.write_text(key::external_supply, "mains");
-    temp_action(sensor::radio_module, 0, 90);
+    temp_action(radio_module, 0, 90);
     terminal.remove(key::external_supply);
-    temp_action(sensor::hpa, 3, 0);
+    temp_action(hpa, 3, 0);
     EXPECT_EQ(terminal.story(), "");
-    EXPECT_EQ(state(sensor::radio_module) + "; " + state(sensor::hpa),
+    EXPECT_EQ(state(radio_module) + "; " + state(hpa),
               "interval 2, alarm 6, 71 C; interval 2, alarm 2, 0 C");
 }
 
@@ -57,12 +59,12 @@ TEST(LevelSupply, IsUnpluggedAndPluggedInAgain)
     EXPECT_EQ(actions_of(terminal.start()), "");
     EXPECT_EQ(actions_of(terminal.write(key::external_supply, 0)),
               "+USB_EXT +LIMIT_BACKGROUND +CLOSE_CONNECTIONS +CLOSE_TERMINAL reboot");
-    EXPECT_EQ(state(sensor::battery), "interval 4, alarm 0, 60 C");
+    EXPECT_EQ(state(battery), "interval 4, alarm 0, 60 C");
     // 60 C is below intervals 4 and 3 of the supplied battery, but not below 2.
     EXPECT_EQ(actions_of(terminal.write(key::external_supply, 1)), "-CLOSE_CONNECTIONS");
     terminal.remove(key::battery_temperature);
     EXPECT_EQ(actions_of(terminal.write(key::external_supply, 0)), "");
-    EXPECT_EQ(state(sensor::battery), "interval 2, alarm 0, 60 C");
+    EXPECT_EQ(state(battery), "interval 2, alarm 0, 60 C");
 }
 
 } // namespace
