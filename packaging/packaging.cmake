@@ -16,6 +16,7 @@ install(CODE "
     cmake_path(ABSOLUTE_PATH CMAKE_INSTALL_PREFIX NORMALIZE OUTPUT_VARIABLE prefix)
     cmake_path(APPEND prefix \"${CMAKE_INSTALL_SBINDIR}\" OUTPUT_VARIABLE sbin)
     cmake_path(APPEND prefix \"${CMAKE_INSTALL_MANDIR}/man8\" OUTPUT_VARIABLE man)
+    set(PROJECT_VERSION ${PROJECT_VERSION})
     set(source \"${CMAKE_CURRENT_SOURCE_DIR}/packaging\")
     set(made \"${CMAKE_CURRENT_BINARY_DIR}/installed\")
     configure_file(\${source}/power_man.service.in \${made}/power_man.service @ONLY)
