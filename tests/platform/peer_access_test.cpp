@@ -98,6 +98,7 @@ protected:
         const pid_t child = fork();
         if (child != 0)
             return Process(child);
+        close(server_.get()); // or its connection would outlive the server's end
         sockaddr_in6 mapped{};
         mapped.sin6_family = AF_INET6;
         mapped.sin6_port = address_.sin_port;
@@ -170,7 +171,8 @@ TEST_F(PeerAccess, RefusesWhoIsGone)
 }
 
 // What the packaged service's sandbox leaves of the machine: of /proc the processes only, three
-// kinds of sockets, no capability. False when this machine does not let that be had.
+// kinds of sockets; and no capability, where the service has one. False when this machine does not
+// let that be had.
 bool enter_sandbox()
 {
     if (unshare(CLONE_NEWNS) != 0 ||
