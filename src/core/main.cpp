@@ -10,6 +10,7 @@
 #include "ap/loop.h"
 #include "ap/shell.h"
 #include "base/terminal.h"
+#include "base/version.h"
 #include "console/fdloop_telnetd.h"
 #include "core/pwr_mgr_main.h"
 #include "temperature/temp_sensors.h"
@@ -50,6 +51,7 @@ int main()
     if (main_fdloop == nullptr)
         qv_panic("*** ASSERT in %s at %d\n", "pwr_mgr_main", missing_loop_line);
     pwr_mgr_init();
+    qv_slog(5, "power_man %s has started\n", power_man::version);
     open_console();
     power_man::start_temp_copy();
     const int result = fdloop_loop(main_fdloop);

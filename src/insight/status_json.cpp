@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "base/version.h"
 #include "insight/status.h"
 #include "insight/text.h"
 #include "insight/thresholds.h"
@@ -82,7 +83,7 @@ std::string status_json(const State& state)
     std::vector<std::string> in_force;
     for (const EffectState& effect : state.effects)
         in_force.push_back(effect_object(effect));
-    std::string text = "{\"platform\": ";
+    std::string text = "{\"version\": " + quoted(version) + ", \"platform\": ";
     text += state.model != nullptr ? quoted(state.model->id) : "null";
     print_to(text, ", \"condition\": \"%s\", \"since\": %s, \"not_protected\": %s",
              condition_name(state.condition()), time(any_in_force_since()).c_str(),

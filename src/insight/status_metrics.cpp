@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "base/version.h"
 #include "insight/status.h"
 #include "insight/text.h"
 #include "insight/thresholds.h"
@@ -44,6 +45,8 @@ std::string of(const SensorState& sensor)
 
 void add_terminal(std::string& text, const State& state)
 {
+    Family(text, "power_man_build_info", "gauge", "1 for the daemon's version.")
+        .sample(label("version", version), 1);
     if (state.model != nullptr)
         Family(text, "power_man_platform", "gauge", "1 for the terminal model.")
             .sample(label("platform", state.model->id), 1);

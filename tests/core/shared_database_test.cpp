@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 
+#include "base/version.h"
 #include "platform/redis_server.h"
 #include "support/manager.h"
 #include "support/terminal.h"
@@ -140,7 +141,8 @@ TEST_F(SharedDatabase, EachTemperatureActsOnceThroughAllBreaks)
     set_temperature(90);
     EXPECT_TRUE(comes_to(limited, "1"));
     EXPECT_EQ(count(listener), 1);
-    EXPECT_EQ(log(), "hot lost back lost back cool hot ");
+    EXPECT_EQ(log(), "power_man " + std::string(power_man::version) +
+                         " has started\nhot lost back lost back cool hot ");
     EXPECT_NE(manager.heard().find("STATUS=qv1202B limited since "), std::string::npos);
     EXPECT_EQ(end_daemon(), 0);
 }

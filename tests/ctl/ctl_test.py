@@ -133,6 +133,9 @@ class WithDaemon(unittest.TestCase):
                 status["condition"]])
             self.assertLess(abs(time.time() - sensor["read_at"]), 60)
             metrics = openmetrics.read(ctl(self.port, "status", "--openmetrics")[1])
+            self.assertEqual(ctl(self.port, "--version")[1],
+                             f"power_manctl {status['version']}\n")
+            self.assertEqual(metrics["power_man_build_info", status["version"]], 1)
             self.assertEqual(metrics["power_man_temperature_celsius", "Battery"],
                              sensor["temperature"])
             seen.append((status["condition"], [held["name"] for held in status["in_force"]],

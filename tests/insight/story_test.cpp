@@ -2,6 +2,7 @@
 // What somebody in front of the terminal is told.
 #include <map>
 
+#include "base/version.h"
 #include "insight/command.h"
 #include "usb/usb_fault_handler.h"
 #include "usb/usb_power.h"
@@ -173,10 +174,13 @@ TEST(Insight, IsNotProtectedWithoutAModel)
     Terminal terminal("qv1202B");
     terminal.write_text("ram.platform.id", "qv1\"\x1b\xe4");
     terminal.start();
-    const char* const story = R"($ status
+    const std::string story =
+        R"($ status
 (19)unknown terminal  external supply  NOT PROTECTED: no model has the platform id qv1"??
 $ status --json
-(19){"platform": null, "condition": "not protected", "since": null, "not_protected": ["no model has the platform id qv1\"??"], "external_supply": true, "sensors": [], "in_force": []}
+(19){"version": ")" +
+        std::string(power_man::version) +
+        R"(", "platform": null, "condition": "not protected", "since": null, "not_protected": ["no model has the platform id qv1\"??"], "external_supply": true, "sensors": [], "in_force": []}
 $ why poe
 PoE is off because the terminal model is unknown.
 $ why usb
