@@ -80,7 +80,8 @@ class Docs(unittest.TestCase):
         with socket.create_server(("127.0.0.1", 0)) as free:
             port = free.getsockname()[1]
         self.environment = os.environ | {"PATH": f"{bin}:{os.environ['PATH']}",
-                                         "AP_CONSOLE_PORT": str(port), "TZ": "UTC"}
+                                         "AP_CONSOLE_PORT": str(port), "TZ": "UTC",
+                                         "AP_LOG_LEVEL": "4"}
 
     def shell(self, line, status=0):
         line = line.replace("/tmp/board", str(self.place / "board"))
