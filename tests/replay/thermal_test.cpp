@@ -72,7 +72,7 @@ TEST(Heat, IsTheSameInHalfTheSteps)
     SensorHeat halves = sensor(20);
     Surroundings surroundings;
     for (int step = 0; step < 600; ++step) {
-        surroundings.off[step % 4] = step % 3 == 0;
+        surroundings.off[static_cast<std::size_t>(step % 4)] = step % 3 == 0;
         surroundings.ambient = 20 + step % 50;
         whole.step(60, surroundings);
         for (int half = 0; half < 2; ++half)
