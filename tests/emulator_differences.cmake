@@ -10,3 +10,6 @@ set_tests_properties(LogDeathTest.LinesReachStandardErrorByLevel PROPERTIES DISA
 # continue it.
 set_tests_properties(ProcessInForeground.KeepsTheTerminalWhenItIsToStop
     PROPERTIES DISABLED TRUE)
+
+# The emulator does not know the query for the owner of one connection.
+set_tests_properties(PeerAccess.RefusesWhoIsGone PROPERTIES DISABLED TRUE)
