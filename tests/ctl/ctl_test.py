@@ -175,7 +175,8 @@ class WithDaemon(unittest.TestCase):
         prompt = b"power_man> "
         terminal = Terminal(self.port)
         terminal.see(prompt)
-        self.assertEqual(terminal.type(b"nothing\xff\x03config get no\x7fone\r", prompt),
+        self.assertEqual(terminal.type(b"nothing\xff\x03config get no\x7fone\r",
+                                       b"directory\r\n" + prompt),
                          b"nothing^C\r\npower_man> config get no\b \bone\r\n"
                          b"config: none: No such file or directory\r\npower_man> ")
         self.assertEqual(terminal.type(b"exit\r", b"exit\r\n"), b"exit\r\n")
