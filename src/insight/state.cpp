@@ -138,13 +138,6 @@ State present_state()
     return state;
 }
 
-std::string interval_name(const temp_sensor_desc_t& sensor, std::int32_t interval)
-{
-    const std::int32_t last = last_interval(sensor);
-    const char* const name = sensor.intv_name[static_cast<std::size_t>(std::min(interval, last))];
-    return interval > last ? std::string("beyond ") + name : name;
-}
-
 std::string alarm_text(std::int32_t alarm)
 {
     const auto index = static_cast<std::uint32_t>(alarm);

@@ -66,9 +66,6 @@ std::string unknown_model_text();
 
 std::optional<std::int32_t> read_key(const char* key);
 
-// An interval beyond the last one goes by "beyond" and its name.
-std::string interval_name(const temp_sensor_desc_t& sensor, std::int32_t interval);
-
 // "1 (Too High)"; a state that no amplifier has, "9 (unknown)".
 std::string alarm_text(std::int32_t alarm);
 

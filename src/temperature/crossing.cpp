@@ -21,13 +21,6 @@ constexpr std::size_t index_of(std::int32_t interval)
     return static_cast<std::size_t>(interval);
 }
 
-std::string interval_name(const temp_sensor_desc_t& sensor, std::int32_t interval)
-{
-    const std::int32_t last = last_interval(sensor);
-    const std::string name = sensor.intv_name[index_of(std::min(interval, last))];
-    return interval > last ? "beyond " + name : name;
-}
-
 bool depends_on_supply(const temp_sensor_desc_t& sensor)
 {
     return !std::equal(sensor.range_ac.begin(), sensor.range_ac.end(), sensor.range_bat.begin(),

@@ -42,9 +42,7 @@ void follow(const Model& model, const char* key, std::size_t sensor)
 
 const char* interval_of(const Followed& reading)
 {
-    const temp_sensor_desc_t& sensor = temp_desc[reading.number];
-    const std::int32_t interval = temp_mon_rec[reading.number].intv;
-    return sensor.intv_name[static_cast<std::size_t>(std::min(interval, last_interval(sensor)))];
+    return nearest_name(temp_desc[reading.number], temp_mon_rec[reading.number].intv);
 }
 
 void report_loss(const Followed& reading)

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "temperature/temp_desc.h"
 
+#include <algorithm>
+
 #include "models/list.h"
 #include "temperature/action_table.h"
 
@@ -88,6 +90,17 @@ std::int32_t last_interval(const temp_sensor_desc_t& sensor)
     while (last > 0 && sensor.intv_name[static_cast<std::size_t>(last)] == nullptr)
         --last;
     return last;
+}
+
+const char* nearest_name(const temp_sensor_desc_t& sensor, std::int32_t interval)
+{
+    return sensor.intv_name[static_cast<std::size_t>(std::min(interval, last_interval(sensor)))];
+}
+
+std::string interval_name(const temp_sensor_desc_t& sensor, std::int32_t interval)
+{
+    const char* const name = nearest_name(sensor, interval);
+    return interval > last_interval(sensor) ? std::string("beyond ") + name : name;
 }
 
 } // namespace power_man

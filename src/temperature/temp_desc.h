@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string>
 
 #include "models/model.h"
 
@@ -55,5 +56,11 @@ std::size_t sensor_number(const Model& model, std::size_t index);
 
 // The highest interval that has a name and a range: 4, or 2 for a three-interval sensor.
 std::int32_t last_interval(const temp_sensor_desc_t& sensor);
+
+// The name of an interval; of what is beyond the last one, the last one's.
+const char* nearest_name(const temp_sensor_desc_t& sensor, std::int32_t interval);
+
+// The same, and "beyond NAME" for what is beyond the last one.
+std::string interval_name(const temp_sensor_desc_t& sensor, std::int32_t interval);
 
 } // namespace power_man

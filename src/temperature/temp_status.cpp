@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "temperature/temp_status.h"
 
-#include <algorithm>
 #include <optional>
 #include <span>
 
@@ -27,20 +26,14 @@ std::optional<std::int32_t> read(const char* name)
     return value;
 }
 
-// An interval beyond the last one goes by the last one's name.
-const char* state_name(const temp_sensor_desc_t& sensor, std::int32_t interval)
-{
-    const std::int32_t named = std::min(interval, power_man::last_interval(sensor));
-    return sensor.intv_name[static_cast<std::size_t>(named)];
-}
-
 void print_sensor(std::size_t number, std::int32_t temperature, std::int32_t state_temperature)
 {
     const temp_sensor_desc_t& sensor = temp_desc[number];
     qv_printf("Temp sensor name : %s\n", sensor.name);
     qv_printf("Temperature      : %i\n", temperature);
     qv_printf("State-Temperature: %i\n", state_temperature);
-    qv_printf("State            : %s\n", state_name(sensor, temp_mon_rec[number].intv));
+    qv_printf("State            : %s\n",
+              power_man::nearest_name(sensor, temp_mon_rec[number].intv));
 }
 
 void print_limits(std::size_t number, bool battery_limits)
