@@ -2,7 +2,7 @@
 # A daemon on an emulated board, and its console, for scripts; to be sourced with bash.
 #
 #   start_daemon MODEL        makes a board in $board and starts the daemon on it
-#   ask COMMAND WORD ...      runs a console command; its output
+#   ask COMMAND WORD ...      runs a console command; its output, which must be read to the end
 #   set_keys KEY VALUE ...    writes keys of the database, together
 #   collect                   what the daemon did since the last call goes to $seen
 #   comparable                standard input without the lines that collect cannot see
@@ -71,7 +71,7 @@ collect() {
 
 comparable() { cat; }
 
-interval() { ask temp_status | sed -n 's/^State  *: //p' | head -n 1; }
+interval() { ask temp_status | awk '/^State  *: / && !seen++ { sub("^State  *: ", ""); print }'; }
 
 farewell() {
     printf '\nstatus on the console:\n\n'

@@ -91,7 +91,7 @@ signal bite.post.state "id.1142949121.post.state=4"
 signal bite.event.state "id.1277166849.ev.state=2:info=0"
 raise Clock missing
 END
-actions | grep -q '"id\.1142129676\.post\.state=[34]"' || die "the daemon beside it reports no test"
+[[ $(actions) =~ '"id.1142129676.post.state='[34]'"' ]] || die "the daemon beside it reports no test"
 
 kill -TERM "$client_pid"
 wait "$client_pid" || die "SIGTERM: exit $?"
