@@ -16,13 +16,14 @@ TEST(LateModel, IsStartedWithWhenItsIdComes)
                     {"ram.post.id.1142129680.enable", 1},
                     {"rmcfg.platform.hpa.temperature_state", 1}});
     terminal.remove(key::platform_id);
-    std::string lines = only(terminal.start(), {"log 1 No", "pin", "raise"});
+    std::string lines = only(terminal.start(), {"log 1 No", "log 3", "pin", "raise"});
     terminal.write({{key::mainboard_temperature, 73}, {"ram.status.sw_update.settled", 1}});
     for (const char* const id : {"qv1608", "qv1608", "qv9999X"})
         lines += only(terminal.write_text(key::platform_id, id), {"log"});
     lines += only(terminal.run(20000), {"log", "set", "raise", "signal"});
     EXPECT_EQ(lines, "log 1 No platform id can be read from ram.platform.id; the terminal is NOT "
                      "protected from heat\n"
+                     "log 3 Failed to set usb power: unknown platform []\n"
                      "log 1 No such model: qv1608; the terminal is NOT protected from heat\n"
                      "log 1 No such model: qv9999X; the terminal is NOT protected from heat\n");
     // The test of the Ethernet switch fails without a model.

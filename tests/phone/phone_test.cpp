@@ -102,10 +102,14 @@ TEST(Phone, Capabilities)
         pwr_mgr_phone->createConfigDefaults();
         return in_words(terminal.story());
     };
-    EXPECT_EQ(init(-1), "log 3 ram.platform.capabilities.slic.connectors is negative");
+    EXPECT_EQ(init(0), "");
     terminal.write("cfg.interfaces.phone.3.enabled", 1);
     EXPECT_EQ(init(4), "cfg.interfaces.phone.1.enabled=0 cfg.interfaces.phone.2.enabled=0 "
                        "cfg.interfaces.phone.4.enabled=0");
+    pwr_mgr_phone->applyInitialConfig();
+    EXPECT_EQ(in_words(only(terminal.story(), {"file /dev", "log"})),
+              "slic0.0=- slic0.1=- slic1.0=+= slic1.1=-");
+    EXPECT_EQ(init(-1), "log 3 ram.platform.capabilities.slic.connectors is negative");
     for (const int ports : {5, 2147483647})
         EXPECT_DEATH(init(ports), "\\*\\*\\* ASSERT in pwr_mgr_phone at [0-9]+");
 }
