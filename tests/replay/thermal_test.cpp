@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The physics of the closed loop: the direction of every effect, and numbers made by hand.
+// The physics of the closed loop, in numbers made by hand, and the curve that is drawn of it.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -39,46 +39,6 @@ TEST(Heat, TendsToTheSumOfWhatIsOn)
     EXPECT_NEAR(heat.temperature, 44 * (1 - 1 / std::exp(1.0)), 1e-9);
     heat.step(12000, surroundings);
     EXPECT_EQ(heat.reading(), 44);
-}
-
-TEST(Heat, AConsumerThatIsOffNeverHeats)
-{
-    for (std::size_t consumer = 0; consumer < power_man::consumer_count; ++consumer) {
-        SensorHeat on = sensor(50);
-        SensorHeat off = sensor(50);
-        Surroundings surroundings;
-        Surroundings without = surroundings;
-        without.off[consumer] = true;
-        double before = off.temperature;
-        for (int second = 0; second < 7200; ++second) {
-            on.step(1, surroundings);
-            off.step(1, without);
-            ASSERT_LT(off.temperature, on.temperature);
-        }
-        // What is off adds nothing however much it would, and taking it away never warms.
-        SensorHeat larger = sensor(before);
-        larger.added[consumer] *= 10;
-        SensorHeat same = sensor(before);
-        larger.step(60, without);
-        same.step(60, without);
-        EXPECT_DOUBLE_EQ(larger.temperature, same.temperature);
-        EXPECT_LE(off.equilibrium(without), off.equilibrium(surroundings));
-    }
-}
-
-TEST(Heat, IsTheSameInHalfTheSteps)
-{
-    SensorHeat whole = sensor(20);
-    SensorHeat halves = sensor(20);
-    Surroundings surroundings;
-    for (int step = 0; step < 600; ++step) {
-        surroundings.off[static_cast<std::size_t>(step % 4)] = step % 3 == 0;
-        surroundings.ambient = 20 + step % 50;
-        whole.step(60, surroundings);
-        for (int half = 0; half < 2; ++half)
-            halves.step(30, surroundings);
-        ASSERT_NEAR(whole.temperature, halves.temperature, 1e-9);
-    }
 }
 
 TEST(Curve, IsThinnedOutWithoutLosingItsExtremes)
