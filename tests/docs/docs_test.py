@@ -173,6 +173,15 @@ class Docs(unittest.TestCase):
                 if anchor:
                     self.assertIn(anchor, anchors(target), f"{page.name}: {link}")
 
+    def test_keys(self):
+        page = (ROOT / "docs/keys.md").read_text()
+        keys = [key for path in {*ROOT.glob("src/**/*.[ch]*")} - {*ROOT.glob("src/platform/**/*")}
+                for key in re.findall(r'"((?:cfg|ram|rmcfg|dyn)\.[a-z0-9_.]*[a-z0-9_])',
+                                      path.read_text())]
+        self.assertGreater(len(keys), 40)
+        for key in keys:
+            self.assertTrue(f"| `{key}" in page, f"{key} is not in docs/keys.md")
+
     def test_man_pages(self):
         pages = [*ROOT.glob("packaging/*.[18]*")]
         self.assertGreaterEqual(len(pages), 3)
