@@ -2,13 +2,10 @@
 // Receivers that stand still: a call that waits for one never returns here.
 #include "host/base/outlet.h"
 
-#include <gtest/gtest.h>
 #include <poll.h>
 #include <pty.h>
-#include <unistd.h>
 
-#include <array>
-#include <string>
+#include "support/platform.h"
 
 namespace {
 

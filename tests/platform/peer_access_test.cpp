@@ -3,26 +3,19 @@
 #include "host/net/peer_access.h"
 
 #include <arpa/inet.h>
-#include <gtest/gtest.h>
 #include <linux/capability.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/prctl.h>
-#include <sys/socket.h>
 #include <sys/syscall.h>
-#include <unistd.h>
 
-#include <array>
 #include <cstddef>
-#include <cstdlib>
-#include <string>
 
 #include "ap/socket.h"
-#include "host/base/descriptor.h"
-#include "host/host/host.h"
 #include "host/net/socket_owner.h"
+#include "support/platform.h"
 #include "support/process.h"
 
 namespace {

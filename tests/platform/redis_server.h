@@ -1,23 +1,15 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <gtest/gtest.h>
 #include <hiredis/hiredis.h>
 #include <netinet/in.h>
 #include <poll.h>
-#include <signal.h>
 #include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <memory>
-#include <string>
-#include <vector>
 
-#include "host/base/descriptor.h"
+#include "support/platform.h"
+#include "support/process.h"
 
 // A port that nobody listens at now.
 inline int free_port()
@@ -37,39 +29,27 @@ class RedisServer {
 public:
     using Settings = std::vector<std::string>; // lines of the configuration
 
-    explicit RedisServer(const Settings& settings = {})
-    {
-        std::string name = (std::filesystem::temp_directory_path() / "redis_XXXXXX").string();
-        root_ = mkdtemp(name.data()) != nullptr ? name : "/nowhere";
-        start(settings);
-    }
-    RedisServer(const RedisServer&) = delete;
-    RedisServer& operator=(const RedisServer&) = delete;
-    ~RedisServer()
-    {
-        kill();
-        std::error_code ignored;
-        std::filesystem::remove_all(root_, ignored);
-    }
+    explicit RedisServer(const Settings& settings = {}) { start(settings); }
 
-    std::string path(const char* name) const { return (root_ / name).string(); }
+    std::string path(const char* name) const { return (directory_.path() / name).string(); }
     std::string socket() const { return path("socket"); }
     std::string address() const { return "unix:" + socket(); }
 
     void start(const Settings& settings = {})
     {
         std::ofstream configuration(path("conf"));
-        configuration << "port 0\nunixsocket " << socket() << "\ndir " << root_.string()
+        configuration << "port 0\nunixsocket " << socket() << "\ndir " << directory_.path().string()
                       << "\nsave \"\"\nlogfile " << path("log") << "\n";
         for (const std::string& line : settings)
             configuration << line << "\n";
         configuration.close();
-        process_ = fork();
-        if (process_ == 0) {
+        const pid_t child = fork();
+        if (child == 0) {
             prctl(PR_SET_PDEATHSIG, SIGKILL); // a test that crashes leaves none behind
             execlp("redis-server", "redis-server", path("conf").c_str(), nullptr);
             _exit(127);
         }
+        process_ = Process(child);
         for (int i = 0; i < 5000 && !peer_; ++i, poll(nullptr, 0, 2))
             peer_ = connect();
         EXPECT_TRUE(peer_) << "no server";
@@ -87,17 +67,10 @@ public:
         return connection && connection->err == 0 ? std::move(connection) : nullptr;
     }
 
-    void signal(int number) const
-    {
-        if (process_ > 0) // others mean many processes
-            ::kill(process_, number);
-    }
+    void signal(int number) const { process_.signal(number); }
     void kill()
     {
-        signal(SIGKILL);
-        if (process_ > 0)
-            waitpid(process_, nullptr, 0);
-        process_ = -1;
+        process_ = Process();
         peer_.reset();
     }
 
@@ -127,7 +100,7 @@ public:
     }
 
 private:
-    std::filesystem::path root_;
-    pid_t process_ = -1;
+    OwnDirectory directory_;
+    Process process_;
     Connection peer_;
 };

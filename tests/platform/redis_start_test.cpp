@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Which servers are refused at the start.
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include "host/host/host.h"
 #include "host/redis/shared_store.h"
 #include "platform/redis_server.h"
 

@@ -2,18 +2,9 @@
 // This process with a real server, and somebody else's client beside it.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <functional>
-
 #include "ap/bus.h"
-#include "ap/config.h"
-#include "ap/loop.h"
-#include "host/config/configuration.h"
-#include "host/host/host.h"
 #include "host/redis/redis_store.h"
 #include "platform/redis_server.h"
-#include "support/platform.h"
 
 class RedisTest : public testing::Test {
 public:
