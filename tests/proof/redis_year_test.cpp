@@ -4,6 +4,7 @@
 #include "host/redis/redis_store.h"
 #include "platform/redis_server.h"
 #include "proof/life.h"
+#include "support/manager.h"
 
 namespace proof {
 namespace {
@@ -72,7 +73,7 @@ private:
 
     void lose_database() override
     {
-        ++losses_;
+        const Manager manager(terminal_.path("/notify" + std::to_string(++losses_)));
         const bool is_gone = once_in(2);
         terminal_.story();
         if (is_gone) {
@@ -83,6 +84,8 @@ private:
         }
         run_until(0, [] { return !is_live(); });
         judge(terminal_.story());
+        EXPECT_NE(manager.heard().find("STATUS=NOT PROTECTED: the database is away "),
+                  std::string::npos);
         if (is_gone) {
             judge(terminal_.run(1000 * static_cast<std::uint64_t>(any(1, 4000))));
             server.start();
