@@ -153,25 +153,4 @@ TEST_F(RedisBreak, ARefusedWriteIsOneLineUntilAllAreTaken)
     }
 }
 
-class RedisOverTcp : public RedisTest {
-protected:
-    explicit RedisOverTcp(const std::string& number = std::to_string(free_port()))
-        : RedisTest({"port " + number, "databases 4"}, "tcp:localhost:" + number + "#2")
-    {
-    }
-};
-
-TEST_F(RedisOverTcp, NoticesTheEndOfEachConnection)
-{
-    server.ask("SELECT 2");
-    follow("t");
-    for (const char* const type : {"normal", "pubsub"}) {
-        told();
-        server.ask("CLIENT KILL TYPE %s SKIPME yes", type);
-        EXPECT_TRUE(run_until(State::down) && run_until(State::live));
-        server.ask("SET t 1");
-        EXPECT_EQ(told(), "[t=1]");
-    }
-}
-
 } // namespace

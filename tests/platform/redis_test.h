@@ -10,10 +10,9 @@ class RedisTest : public testing::Test {
 public:
     using State = host::RedisStore::State;
 
-    explicit RedisTest(const RedisServer::Settings& settings = {}, const std::string& address = {})
-        : server(settings)
+    RedisTest()
     {
-        setenv("AP_DATABASE", (address.empty() ? server.address() : address).c_str(), 1);
+        setenv("AP_DATABASE", server.address().c_str(), 1);
         host::instance().log.set_sink([](int level, std::string_view text) {
             log_lines += std::to_string(level) + " " + std::string(text);
         });

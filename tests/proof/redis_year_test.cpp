@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// A year with a real server, which is lost with all that it knows, or its connection alone. Each of
-// the two has its own time: the terminal's stands still while it waits for the server.
+// A year with a real server, which is lost with all that it knows, or one connection to it alone.
+// Each of the two has its own time: the terminal's stands still while it waits for the server.
 #include "host/redis/redis_store.h"
 #include "platform/redis_server.h"
 #include "proof/life.h"
@@ -12,16 +12,18 @@ namespace {
 constexpr const char* marker = "proof.marker";
 
 struct OwnServer {
-    OwnServer() { setenv("AP_DATABASE", server.address().c_str(), 1); }
+    OwnServer() { setenv("AP_DATABASE", ("tcp:localhost:" + port + "#2").c_str(), 1); }
 
-    RedisServer server;
+    const std::string port = std::to_string(free_port());
+    const RedisServer::Settings settings = {"port " + port, "databases 4"};
+    RedisServer server{settings};
 };
 
 class SharedLife : OwnServer, public Life { // the server first: the terminal connects to it
 public:
     explicit SharedLife(const Policy& policy) : Life(policy)
     {
-        server.load(terminal_.path("/seed"));
+        load_seed();
         const auto note = [](unsigned int count, const config_data_t* records, void* user) {
             if (const void* const value = records[count - 1].data; value != nullptr)
                 *static_cast<int*>(user) = *static_cast<const int*>(value);
@@ -30,6 +32,12 @@ public:
     }
 
 private:
+    void load_seed()
+    {
+        server.ask("SELECT 2");
+        server.load(terminal_.path("/seed"));
+    }
+
     static bool is_live()
     {
         const auto& store = static_cast<host::RedisStore&>(*host::instance().store);
@@ -76,20 +84,18 @@ private:
         const Manager manager(terminal_.path("/notify" + std::to_string(++losses_)));
         const bool is_gone = once_in(2);
         terminal_.story();
-        if (is_gone) {
+        if (is_gone)
             server.kill();
-        } else {
-            server.ask("CLIENT KILL TYPE normal");
-            server.ask("CLIENT KILL TYPE pubsub");
-        }
+        else
+            server.ask("CLIENT KILL TYPE %s", once_in(2) ? "normal" : "pubsub");
         run_until(0, [] { return !is_live(); });
         judge(terminal_.story());
         EXPECT_NE(manager.heard().find("STATUS=NOT PROTECTED: the database is away "),
                   std::string::npos);
         if (is_gone) {
             judge(terminal_.run(1000 * static_cast<std::uint64_t>(any(1, 4000))));
-            server.start();
-            server.load(terminal_.path("/seed"));
+            server.start(settings);
+            load_seed();
             for (const auto& [key, value] : written_)
                 ask({{key, value}});
         }
