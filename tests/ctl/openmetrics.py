@@ -8,38 +8,34 @@ SAMPLE = re.compile(rf"({NAME})(?:{{({NAME}={VALUE}(?:,{NAME}={VALUE})*)}})? (-?
 SUFFIXES = {"gauge": "", "counter": "_total"}
 
 
+def expect(holds, what):
+    if not holds:
+        raise ValueError(what)
+
+
 def read(text):
     """{(sample's name, label's value...): value}; ValueError for what is not allowed."""
     lines = text.split("\n")
-    if lines[-2:] != ["# EOF", ""] or lines.count("# EOF") != 1:
-        raise ValueError("no end")
+    expect(lines[-2:] == ["# EOF", ""] and lines.count("# EOF") == 1, "no end")
     families, samples, family = {}, {}, None
     for line in lines[:-2]:
         if line.startswith("# "):
             _, what, name, value = line.split(" ", 3)
-            if name != family and name in families:
-                raise ValueError(f"{name} comes twice")
+            expect(name == family or name not in families, f"{name} comes twice")
             family = name
             known = families.setdefault(name, {})
-            if what not in ("TYPE", "UNIT", "HELP") or what in known or "samples" in known:
-                raise ValueError(line)
-            if what == "UNIT" and not name.endswith("_" + value):
-                raise ValueError(f"the name has not its unit: {line}")
+            expect(what in {"TYPE", "UNIT", "HELP"} - known.keys() and "samples" not in known, line)
+            expect(what != "UNIT" or name.endswith("_" + value), f"the name has not its unit: {line}")
             known[what] = value
             continue
         sample = SAMPLE.fullmatch(line)
-        if not sample or family is None:
-            raise ValueError(line)
-        families[family]["samples"] = True
-        if sample[1] != family + SUFFIXES[families[family]["TYPE"]]:
-            raise ValueError(f"{sample[1]} is no sample of {family}")
+        expect(sample and family, line)
+        known["samples"] = True
+        expect(sample[1] == family + SUFFIXES[known["TYPE"]], f"{sample[1]} is no sample of {family}")
         labels = re.findall(rf"({NAME})={VALUE}", sample[2] or "")
-        if len({label for label, _ in labels}) != len(labels):
-            raise ValueError(f"a label comes twice: {line}")
+        expect(len(dict(labels)) == len(labels), f"a label comes twice: {line}")
         identity = (sample[1], *(value for _, value in labels))
-        if identity in samples:
-            raise ValueError(f"a sample comes twice: {line}")
-        if families[family]["TYPE"] == "counter" and float(sample[5]) < 0:
-            raise ValueError(line)
+        expect(identity not in samples, f"a sample comes twice: {line}")
         samples[identity] = float(sample[5])
+        expect(known["TYPE"] != "counter" or samples[identity] >= 0, line)
     return samples

@@ -152,27 +152,20 @@ TEST_F(EventClient, ReadsItsStoreUpToTheFirstMissingEventOrDamage)
     for (unsigned int i = 0; i < size; ++i)
         put(i, record(i));
     EXPECT_EQ("0 3 5 5 ", read(0) + read(3) + read(5) + read(9));
-    const struct {
-        std::size_t length; // of the record stored
-        std::size_t at;     // the byte changed
-        char byte;
-        const char* log;
-    } damages[] = {
-        {31, 0, 1, "length mismatch (31/32)"}, // before the version
-        {33, 0, 2, "length mismatch (33/32)"},
-        {0, 0, 2, "length mismatch (0/32)"},
-        {60000, 0, 2, "length mismatch (60000/32)"},
-        {32, 0, '\xff', "version mismatch (255/2)"},
-        {32, 31, 0, "magic mismatch (11715800/2696070360)"},
-    };
     for (unsigned int position = size; position-- > 0;) {
-        for (const auto& damage : damages) {
-            std::string bytes = record(position);
-            bytes[damage.at] = damage.byte;
-            bytes.resize(damage.length, 'x');
+        const std::string sound = record(position);
+        const std::pair<std::string, const char*> damages[] = {
+            {"\1" + sound.substr(1, 30), "length mismatch (31/32)"}, // before the version
+            {sound + "x", "length mismatch (33/32)"},
+            {"", "length mismatch (0/32)"},
+            {std::string(60000, 'x'), "length mismatch (60000/32)"},
+            {"\xff" + sound.substr(1), "version mismatch (255/2)"},
+            {sound.substr(0, 31) + '\0', "magic mismatch (11715800/2696070360)"},
+        };
+        for (const auto& [bytes, log] : damages) {
             put(position, bytes);
             const std::string expected =
-                std::to_string(position + 1) + " log 3 readEventArr: " + damage.log + "\n";
+                std::to_string(position + 1) + " log 3 readEventArr: " + log + "\n";
             EXPECT_EQ(expected + expected, read(size) + read(size + 2));
             EXPECT_EQ(std::to_string(position) + " ", read(position));
         }

@@ -103,6 +103,7 @@ int fdloop_telnet_get_fd(void)
 TEST(LineEditor, echoes_what_the_terminal_must_show)
 {
     const std::string_view nul("\0", 1);
+    const std::string full(host::LineEditor::longest_line, 'x');
     const std::vector<std::pair<std::string, std::string>> cases{
         {"ab\r", "ab\n[ab]"},
         {"a\r\nb\n\r" + std::string(nul) + "c\r", "a\n[a]b\n[b]\n[]c\n[c]"},
@@ -121,6 +122,9 @@ TEST(LineEditor, echoes_what_the_terminal_must_show)
         {"ap\tr\t\r", "ap\napple  apricot  \n[redraw]ricot \n[apricot ]"},
         {"b\tx y\tz\tt", "banana x y\az\at"},
         {"tr\t\t", "tree."},
+        {full + "\r", full + "\n[" + full + "]"},
+        {full + "yy\b\r", full + "\a\b \b\n[" + full.substr(1) + "]"},
+        {full + std::string(100'000, 'z') + "\rok\r", full + "\a\n[too long]ok\n[ok]"},
     };
     for (const auto& [input, seen] : cases) {
         host::LineEditor editor(complete_fruit);
@@ -146,16 +150,6 @@ TEST(LineEditor, history_keeps_32_lines_without_repetition_and_the_draft)
     for (int i = 0; i < 50; ++i)
         many += "\x1bOA\x1b[A"; // 100 lines up
     EXPECT_TRUE(lines(many + "\r").ends_with("|40|9|"));
-}
-
-TEST(LineEditor, refuses_a_line_that_is_too_long_as_a_whole)
-{
-    const std::string full(host::LineEditor::longest_line, 'x');
-    host::LineEditor editor;
-    EXPECT_EQ(edit(editor, full + "\r"), full + "\n[" + full + "]");
-    EXPECT_EQ(edit(editor, full + "yy\b\r"), full + "\a\b \b\n[" + full.substr(1) + "]");
-    EXPECT_EQ(edit(editor, full + std::string(100'000, 'z') + "\rok\r"),
-              full + "\a\n[too long]ok\n[ok]");
 }
 
 TEST_F(Shell, runs_commands_and_names_mistakes)
