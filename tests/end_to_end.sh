@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# The built daemon with real clients: telnet, nc, power_manctl, and those that behave badly.
+# The built daemon with real clients: telnet, nc and power_manctl.
 #   end_to_end.sh POWER_MAN POWER_MANCTL
 set -euo pipefail
 export LC_ALL=C
@@ -68,20 +68,6 @@ second_ends() {
         [ -z "$(find "$board" -newer "$work/stamp")" ]
 }
 check 'a second daemon is refused before it touches anything' second_ends
-
-head -c 300000 /dev/urandom | timeout 10 nc -q 0 127.0.0.1 "$port" >/dev/null || true
-check 'after garbage' still_there
-head -c 1000000 /dev/zero | tr '\0' x | timeout 10 nc -q 0 127.0.0.1 "$port" >/dev/null || true
-check 'after a megabyte without a line end' still_there
-exec {half}<>"/dev/tcp/127.0.0.1/$port"
-printf '\xff\xfd' >&"$half"
-check 'beside half a telnet command' still_there
-exec {deaf}<>"/dev/tcp/127.0.0.1/$port"
-for _ in $(seq 2000); do
-    printf 'help\n'
-done >&"$deaf"
-check 'beside a client that never reads' still_there
-exec {half}>&- {deaf}>&-
 
 # Nothing wakes it: a process that does not run does not leave the processor either.
 switches() { sed -n 's/^voluntary_ctxt_switches:\s*//p' "/proc/$daemon_pid/status"; }

@@ -42,7 +42,6 @@ def run(report, machine):
     terminal = Terminal(machine, "qv1608B")
     switches.at_start(report, terminal)
     over_current.run(report, terminal)
-    switches.by_setting(report, terminal)
     switches.restart(report, terminal)
     figures.measure(report, machine)
     report.section(f"{time.monotonic() - begin:.0f} s after the machine came up")

@@ -6,9 +6,6 @@ import time
 from over_current import LINE, POWER, RAISE, events, interrupts, pulse
 from terminal import Terminal
 
-ENABLED = "cfg.interfaces.usb.enabled"
-EXTENDED = "cfg.interfaces.usb.extended_host_interface"
-
 
 def line_files(machine, line):
     """Direction, level and edge of a line; None when it is not exported."""
@@ -41,27 +38,6 @@ def at_start(report, terminal):
     report.same("the log names what this board lacks, and nothing else",
                 sorted(set(re.findall(r"/\S*/(\S+)", terminal.log()))),
                 ["isdnpwr", "slic0.0", "slic0.1"])
-
-
-def by_setting(report, terminal):
-    report.section("The user's setting on a qv1608B")
-    machine = terminal.machine
-    for value, wanted in ((0, "out 1 none"), (1, "out 0 none")):
-        mark, begin = terminal.mark(), time.monotonic()
-        terminal.ask(f"config set {ENABLED} {value}")
-        report.same(f"USB {value}: the kernel's files", line_files(machine, POWER), wanted)
-        report.same(f"USB {value}: the wire",
-                    [level for _, level in machine.outputs(POWER, begin)], [1 - value])
-        report.same(f"USB {value}: one pin is written", pins(terminal, mark),
-                    [f"pin 80 {'low' if value else 'high'}"])
-    mark, begin = terminal.mark(), time.monotonic()
-    terminal.ask(f"config set {EXTENDED} 0")
-    time.sleep(0.1)
-    moves = machine.outputs(POWER, begin)
-    report.same("the other port's setting: off and on", [level for _, level in moves], [1, 0])
-    if len(moves) == 2:
-        report.between("off for so many ms", round(1000 * (moves[1][0] - moves[0][0])), 19, 200)
-    report.same("switching is no over-current", events(terminal, mark), [])
 
 
 def restart(report, terminal):
