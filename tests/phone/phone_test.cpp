@@ -107,8 +107,9 @@ TEST(Phone, Capabilities)
     EXPECT_EQ(init(4), "cfg.interfaces.phone.1.enabled=0 cfg.interfaces.phone.2.enabled=0 "
                        "cfg.interfaces.phone.4.enabled=0");
     pwr_mgr_phone->applyInitialConfig();
+    pwr_mgr_phone->setPowerForAllPhonePorts();
     EXPECT_EQ(in_words(only(terminal.story(), {"file /dev", "log"})),
-              "slic0.0=- slic0.1=- slic1.0=+= slic1.1=-");
+              "slic0.0=- slic0.1=- slic1.0=+= slic1.1=- slic0.0=- slic0.1=- slic1.0=+= slic1.1=-");
     EXPECT_EQ(init(-1), "log 3 ram.platform.capabilities.slic.connectors is negative");
     for (const int ports : {5, 2147483647})
         EXPECT_DEATH(init(ports), "\\*\\*\\* ASSERT in pwr_mgr_phone at [0-9]+");

@@ -90,6 +90,8 @@ TEST(Poe, SettingsWrittenWhileTheFirstAreApplied)
     Terminal terminal("qv1608B");
     terminal.start();
     terminal.write(lan_status, 1);
+    pwr_mgr_poe->switchAgain(); // nothing yet
+    EXPECT_EQ(only(terminal.story(), {"signal"}), "");
     host::instance().log.set_sink([](int, std::string_view text) {
         if (text == "\nPoePsu power is not needed")
             config_write_int(poe_0, 1);
