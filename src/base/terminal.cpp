@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "base/terminal.h"
 
+#include <algorithm>
+
 #include "ap/config.h"
 #include "base/config_keys.h"
 
@@ -26,6 +28,14 @@ void pwr_mgr_reset_platform_id()
 }
 
 namespace power_man {
+
+std::string printable(std::string_view text)
+{
+    std::string line(text);
+    std::replace_if(
+        line.begin(), line.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
+    return line;
+}
 
 bool tracing(Trace letter)
 {

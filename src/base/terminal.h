@@ -5,6 +5,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
+#include <string_view>
 
 #include "ap/bus.h"
 #include "ap/log.h"
@@ -25,6 +27,9 @@ namespace power_man {
 
 // That it can have, in characters: config_read_string() is told one byte less than there are.
 inline constexpr std::size_t longest_platform_id = sizeof platform_id - 2;
+
+// The text with '?' for all that is no printable ASCII: others have written the id.
+std::string printable(std::string_view text);
 
 } // namespace power_man
 

@@ -93,14 +93,6 @@ std::string quoted(std::string_view text)
     return result + '"';
 }
 
-std::string printable(std::string_view text)
-{
-    std::string result(text);
-    std::replace_if(
-        result.begin(), result.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
-    return result;
-}
-
 std::size_t count_words(std::string_view text)
 {
     std::size_t words = 0;

@@ -22,9 +22,6 @@ std::string table(const std::vector<std::vector<std::string>>& lines, std::strin
 // In quotes, for JSON and as the value of a label in OpenMetrics. `text` is printable ASCII.
 std::string quoted(std::string_view text);
 
-// With '?' for all that is no printable ASCII.
-std::string printable(std::string_view text);
-
 // Between blanks.
 std::size_t count_words(std::string_view text);
 

@@ -38,7 +38,7 @@ State state_without_model()
     std::array<char, longest_platform_id + 1> id{};
     State state;
     if (config_read_string(key::platform_id, id.data(), id.size()) == 0)
-        state.id = id.data();
+        state.id = printable(id.data());
     return state;
 }
 

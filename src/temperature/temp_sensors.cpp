@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "temperature/temp_sensors.h"
 
-#include <algorithm>
-#include <array>
 #include <cstring>
 #include <span>
 #include <string_view>
@@ -173,10 +171,7 @@ void report_no_model(std::string_view id)
         qv_slog(1, "No platform id can be read from %s; %s\n", key::platform_id, consequence);
         return;
     }
-    std::array<char, longest_platform_id + 1> shown{};
-    std::transform(id.begin(), id.end(), shown.begin(),
-                   [](char c) { return c < ' ' || c > '~' ? '?' : c; });
-    qv_slog(1, "No such model: %s; %s\n", shown.data(), consequence);
+    qv_slog(1, "No such model: %s; %s\n", printable(id).c_str(), consequence);
 }
 
 } // namespace power_man

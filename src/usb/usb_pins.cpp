@@ -15,7 +15,8 @@ bool set_usb_pins(int on, int extended)
 {
     const Model* const model = current_model();
     if (model == nullptr) {
-        qv_slog(3, "Failed to set usb power: unknown platform [%s]", pwr_mgr_get_platform_id());
+        qv_slog(3, "Failed to set usb power: unknown platform [%s]",
+                printable(pwr_mgr_get_platform_id()).c_str());
         return false;
     }
     const UsbPower& usb = model->usb;

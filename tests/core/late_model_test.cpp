@@ -18,14 +18,14 @@ TEST(LateModel, IsStartedWithWhenItsIdComes)
     terminal.remove(key::platform_id);
     std::string lines = only(terminal.start(), {"log 1 No", "log 3", "pin", "raise"});
     terminal.write({{key::mainboard_temperature, 73}, {"ram.status.sw_update.settled", 1}});
-    for (const char* const id : {"qv1608", "qv1608", "qv9999X"})
+    for (const char* const id : {"qv1608", "qv1608", "qv\x1b\x7fX"})
         lines += only(terminal.write_text(key::platform_id, id), {"log"});
     lines += only(terminal.run(20000), {"log", "set", "raise", "signal"});
     EXPECT_EQ(lines, "log 1 No platform id can be read from ram.platform.id; the terminal is NOT "
                      "protected from heat\n"
                      "log 3 Failed to set usb power: unknown platform []\n"
                      "log 1 No such model: qv1608; the terminal is NOT protected from heat\n"
-                     "log 1 No such model: qv9999X; the terminal is NOT protected from heat\n");
+                     "log 1 No such model: qv??X; the terminal is NOT protected from heat\n");
     // The test of the Ethernet switch fails without a model.
     terminal.write("ram.post.hnd.ready", 1);
     EXPECT_EQ(
@@ -49,7 +49,7 @@ TEST(LateModel, IsStartedWithWhenItsIdComes)
     EXPECT_EQ(manager.heard(),
               "READY=1 STATUS=NOT PROTECTED: no platform id "
               "STATUS=NOT PROTECTED: unknown platform id qv1608 "
-              "STATUS=NOT PROTECTED: unknown platform id qv9999X WATCHDOG_USEC=60000000 "
+              "STATUS=NOT PROTECTED: unknown platform id qv??X WATCHDOG_USEC=60000000 "
               "STATUS=qv1608B limited since 2026-01-01 00:00 by Radio Module - Morvin BDU "
               "STATUS=qv1608B limited since 2026-01-01 00:00 by HPA - Morvin ADU, Radio Module - "
               "Morvin BDU ");
