@@ -70,9 +70,8 @@ void PwrMgrPhone::registerForConfigChanges()
 void PwrMgrPhone::applyInitialConfig()
 {
     for (std::uint32_t port = 1; port <= numPorts; ++port) {
-        std::int32_t value = 0;
-        const bool known = config_read_int(port_key(CFG_PHONE, port).c_str(), &value) == 0;
-        ports[port] = {known && value != 0, slicDevices[port - 1]};
+        const bool enabled = power_man::read_or_zero(port_key(CFG_PHONE, port).c_str()) != 0;
+        ports[port] = {enabled, slicDevices[port - 1]};
         setPowerForPhonePort(port);
     }
 }

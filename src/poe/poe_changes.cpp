@@ -45,16 +45,14 @@ void PwrMgrPoe::applyInitialConfig()
     qv_slog(7, "PwrMgrPoe::applyInitialConfig()");
     applied = true;
     readStatus();
-    if (configured()) {
-        // All settings first: the supply of one port depends on those of the others.
-        for (std::uint32_t port = 0; port < numPorts; ++port) {
-            const int number = static_cast<int>(port);
-            (*poeEnabled)[port] = getCfgInterfacesLanPortPoeEnabled(number);
-            (*portEnabled)[port] = getCfgInterfacesLanPortEnabled(number);
-        }
-        for (std::uint32_t port = 0; port < numPorts; ++port)
-            setPowerForPoePort(port);
+    // All settings first: the supply of one port depends on those of the others.
+    for (std::uint32_t port = 0; port < numPorts; ++port) {
+        const int number = static_cast<int>(port);
+        (*poeEnabled)[port] = getCfgInterfacesLanPortPoeEnabled(number);
+        (*portEnabled)[port] = getCfgInterfacesLanPortEnabled(number);
     }
+    for (std::uint32_t port = 0; port < numPorts; ++port)
+        setPowerForPoePort(port);
     registerConfigChanges();
     // What was written after its reading and before its registration is reported to nobody.
     if (catchUp())
@@ -63,7 +61,7 @@ void PwrMgrPoe::applyInitialConfig()
 
 void PwrMgrPoe::switchAgain()
 {
-    if (!applied || !configured())
+    if (!applied)
         return;
     readStatus(); // heat may have taken PoE just now
     setPowerForAllPoePorts();
@@ -110,7 +108,7 @@ void PwrMgrPoe::cfgInterfacesLanChanged(unsigned int count, const config_data_t*
 void PwrMgrPoe::portSettingChanged(const char* key, std::int32_t value)
 {
     const auto setting = power_man::parse_port_setting(key, CFG_INTERFACES_LAN);
-    if (!setting || !configured())
+    if (!setting)
         return;
     const auto port = static_cast<std::uint32_t>(setting->port);
     const std::size_t dot = std::min(setting->rest.find('.'), setting->rest.size());

@@ -70,7 +70,7 @@ void PwrMgrPoe::describeSignals()
 
 void PwrMgrPoe::setPowerForPoePort(std::uint32_t port)
 {
-    if (!configured() || port >= numPorts)
+    if (port >= numPorts)
         return;
     const bool wanted = (*portEnabled)[port] && lanEnabled && (*poeEnabled)[port];
     const power_man::Model* const model = power_man::current_model();

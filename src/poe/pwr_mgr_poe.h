@@ -83,7 +83,7 @@ public:
         bool port;
         bool poe;
     };
-    std::uint32_t portCount() const { return configured() ? numPorts : 0; }
+    std::uint32_t portCount() const { return numPorts; }
     PortView view(std::uint32_t port) const
     {
         return {lanEnabled, (*portEnabled)[port], (*poeEnabled)[port]};
@@ -107,7 +107,6 @@ public:
                                         void* user);
 
 private:
-    bool configured() const { return portEnabled != nullptr && poeEnabled != nullptr; }
     static void describeSignals(); // of those below
     void applyThroughFpga(bool wanted);
     void applyThroughPsuMcu(std::uint32_t port, bool wanted);
@@ -118,7 +117,7 @@ private:
     bool catchUp();
     void portSettingChanged(const char* key, std::int32_t value);
 
-    std::uint32_t numPorts = 0;
+    std::uint32_t numPorts = 0; // 0 while there are no bits
     bool lanEnabled = false;
     std::unique_ptr<std::vector<bool>> portEnabled; // null, or `numPorts` bits
     std::unique_ptr<std::vector<bool>> poeEnabled;  // null, or `numPorts` bits

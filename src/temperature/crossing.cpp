@@ -6,8 +6,6 @@
 #include <string>
 
 #include "ap/log.h"
-#include "base/assertion.h"
-#include "models/models.h"
 #include "temperature/action_table.h"
 #include "temperature/temp_desc.h"
 
@@ -19,14 +17,6 @@ using Limits = std::array<temp_range_t, temp_interval_count>;
 constexpr std::size_t index_of(std::int32_t interval)
 {
     return static_cast<std::size_t>(interval);
-}
-
-bool depends_on_supply(const temp_sensor_desc_t& sensor)
-{
-    return !std::equal(sensor.range_ac.begin(), sensor.range_ac.end(), sensor.range_bat.begin(),
-                       [](const temp_range_t& one, const temp_range_t& other) {
-                           return one.min == other.min && one.max == other.max;
-                       });
 }
 
 // The reading against the outermost of the boundaries on its way: it is beyond all of them.
@@ -57,7 +47,7 @@ std::string cause(const temp_sensor_desc_t& sensor, const temp_mon_rec_t& now, s
                temp_state_text[index_of(now.alarm_id)] + ")";
     std::string text = std::to_string(now.temp) + " C is " +
                        boundary(sensor, supplied ? sensor.range_ac : sensor.range_bat, from, to);
-    if (depends_on_supply(sensor))
+    if (sensor.range_ac != sensor.range_bat)
         text += supplied ? " (with external supply)" : " (without external supply)";
     return text;
 }
@@ -105,16 +95,6 @@ Outcome outcome(const Sensor& sensor, std::int32_t from, std::int32_t to)
 }
 
 } // namespace
-
-const Sensor& sensor_with(std::size_t number)
-{
-    for (const Model* const model : all_models()) {
-        if (number < model->sensors.size())
-            return model->sensors[number];
-        number -= model->sensors.size();
-    }
-    assertion_failed("crossing");
-}
 
 void log_crossing(std::size_t number, std::int32_t from, std::int32_t to, bool supplied)
 {

@@ -4,12 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "models/model.h"
-
 namespace power_man {
-
-// The sensor with that number among those of all models.
-const Sensor& sensor_with(std::size_t number);
 
 // Writes one line at level 5: why the sensor with that number, whose record is up to date, goes
 // from one interval to another, and what really changes hands or is ordered by it. To be called

@@ -46,7 +46,7 @@ State state_of(const Model& model)
 {
     State state;
     state.model = &model;
-    state.supply_known = !no_reading_since(key::external_supply);
+    state.supply_known = supply_is_known();
     state.unread = sensor_without_reading();
     for (std::size_t i = 0; i < model.sensors.size(); ++i) {
         const std::size_t number = sensor_number(model, i);

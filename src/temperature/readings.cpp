@@ -48,8 +48,8 @@ const char* interval_of(const Followed& reading)
 void report_loss(const Followed& reading)
 {
     int status = 0;
-    const bool is_set = config_status(reading.key, &status) == 0 && status != 0;
-    const char* const fault = is_set ? "is no integer" : "is missing";
+    config_status(reading.key, &status);
+    const char* const fault = status != 0 ? "is no integer" : "is missing";
     if (reading.sensor == nullptr)
         qv_slog(4,
                 "External supply unknown, %s %s: no temperature is evaluated until it is known\n",
@@ -88,7 +88,7 @@ Followed* find(const char* key)
 void begin_readings(const Model& model)
 {
     followed.clear();
-    follow(model, key::external_supply, 0);
+    follow(model, key::external_supply, 0); // as the first, see supply_is_known()
     for (const Source& source : model.sources) {
         if (source.reading == Reading::alarm)
             follow(model, key::platform_hpa_state, source.sensor);
@@ -122,12 +122,9 @@ void report_missing_readings()
     }
 }
 
-std::optional<std::int32_t> no_reading_since(const char* key)
+bool supply_is_known()
 {
-    const Followed* const reading = find(key);
-    if (reading == nullptr || reading->state == State::present)
-        return std::nullopt;
-    return reading->since;
+    return followed.front().state == State::present;
 }
 
 bool has_reading(const Sensor& sensor)

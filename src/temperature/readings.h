@@ -3,9 +3,6 @@
 // level 4, what comes back one at level 5; nothing is said while it lasts.
 #pragma once
 
-#include <cstdint>
-#include <optional>
-
 #include "models/model.h"
 
 namespace power_man {
@@ -21,8 +18,8 @@ bool note_reading(const char* key, bool present);
 // To be called once, when the start is over: what is not there by now counts as lost.
 void report_missing_readings();
 
-// Since when the key has no reading, in seconds since 1970; nothing while it has one.
-std::optional<std::int32_t> no_reading_since(const char* key);
+// False while it cannot be read whether there is an external supply.
+bool supply_is_known();
 
 // False while the sensor's reading, or what it is copied from, counts as lost.
 bool has_reading(const Sensor& sensor);

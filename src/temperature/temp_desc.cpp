@@ -2,6 +2,7 @@
 #include "temperature/temp_desc.h"
 
 #include <algorithm>
+#include <numeric>
 
 #include "models/list.h"
 #include "temperature/action_table.h"
@@ -49,14 +50,24 @@ constexpr temp_sensor_desc_t describe(const Sensor& sensor)
     return description;
 }
 
-constexpr auto describe_all()
+constexpr auto number_all()
 {
-    std::array<temp_sensor_desc_t, count_sensors()> all{};
+    std::array<const Sensor*, count_sensors()> all{};
     std::size_t number = 0;
     for (const Model* const model : model_list) {
         for (const Sensor& sensor : model->sensors)
-            all[number++] = describe(sensor);
+            all[number++] = &sensor;
     }
+    return all;
+}
+
+constexpr std::array sensors = number_all();
+
+constexpr auto describe_all()
+{
+    std::array<temp_sensor_desc_t, sensors.size()> all{};
+    std::transform(sensors.begin(), sensors.end(), all.begin(),
+                   [](const Sensor* sensor) { return describe(*sensor); });
     return all;
 }
 
@@ -75,21 +86,22 @@ namespace power_man {
 
 std::size_t sensor_number(const Model& model, std::size_t index)
 {
-    std::size_t number = index;
-    for (const Model* const before : model_list) {
-        if (before == &model)
-            break;
-        number += before->sensors.size();
-    }
-    return number;
+    const auto* const end = std::find(model_list.begin(), model_list.end(), &model);
+    return std::accumulate(
+        model_list.begin(), end, index,
+        [](std::size_t number, const Model* before) { return number + before->sensors.size(); });
+}
+
+const Sensor& sensor_with(std::size_t number)
+{
+    return *sensors[number];
 }
 
 std::int32_t last_interval(const temp_sensor_desc_t& sensor)
 {
-    auto last = static_cast<std::int32_t>(temp_interval_count) - 1;
-    while (last > 0 && sensor.intv_name[static_cast<std::size_t>(last)] == nullptr)
-        --last;
-    return last;
+    const auto& names = sensor.intv_name;
+    const auto* const end = std::find(names.begin(), names.end(), nullptr);
+    return static_cast<std::int32_t>(end - names.begin()) - 1;
 }
 
 const char* nearest_name(const temp_sensor_desc_t& sensor, std::int32_t interval)

@@ -18,6 +18,8 @@ using temp_action_fn = void (*)();
 struct temp_range_t {
     std::int32_t min;
     std::int32_t max;
+
+    bool operator==(const temp_range_t&) const = default;
 };
 
 inline constexpr std::size_t temp_interval_count = power_man::most_intervals;
@@ -53,6 +55,9 @@ namespace power_man {
 
 // The number of a model's sensor: `index` is that in the model's own list.
 std::size_t sensor_number(const Model& model, std::size_t index);
+
+// The sensor with that number.
+const Sensor& sensor_with(std::size_t number);
 
 // The highest interval that has a name and a range: 4, or 2 for a three-interval sensor.
 std::int32_t last_interval(const temp_sensor_desc_t& sensor);

@@ -3,10 +3,10 @@
 
 #include <algorithm>
 #include <array>
+#include <vector>
 
 #include "ap/config.h"
 #include "ap/log.h"
-#include "base/assertion.h"
 #include "base/config_keys.h"
 #include "base/terminal.h"
 #include "temperature/crossing.h"
@@ -99,14 +99,12 @@ void trace_start(const temp_sensor_desc_t& sensor, std::int32_t current, std::in
     qv_slogd("desc->range_ac[intv].max: %i \n", sensor.range_ac[index_of(current)].max);
 }
 
-std::array<power_man::EvaluationObserver, 2> observers{};
+std::vector<power_man::EvaluationObserver> observers;
 
 void observed(const power_man::Evaluation& evaluation)
 {
-    for (const power_man::EvaluationObserver observer : observers) {
-        if (observer != nullptr)
-            observer(evaluation);
-    }
+    for (const power_man::EvaluationObserver observer : observers)
+        observer(evaluation);
 }
 
 } // namespace
@@ -158,13 +156,7 @@ std::int32_t next_interval(const temp_sensor_desc_t& sensor, std::int32_t curren
 
 void add_evaluation_observer(EvaluationObserver observer)
 {
-    for (EvaluationObserver& slot : observers) {
-        if (slot == nullptr) {
-            slot = observer;
-            return;
-        }
-    }
-    assertion_failed("temp_level");
+    observers.push_back(observer);
 }
 
 } // namespace power_man

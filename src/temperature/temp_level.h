@@ -35,8 +35,7 @@ struct Evaluation {
 };
 
 // Told of every known alarm and every temperature from now on, when all that follows from it is
-// done; it must not call temp_action(). Two at most: a third is a fault of the program, which ends
-// it.
+// done; it must not call temp_action().
 using EvaluationObserver = void (*)(const Evaluation& evaluation);
 void add_evaluation_observer(EvaluationObserver observer);
 

@@ -148,12 +148,9 @@ namespace power_man {
 
 void start_temp_copy()
 {
-    static bool started = false;
-    const Model* const model = current_model();
-    if (started || model == nullptr || !has_amplifier(*model))
-        return;
-    started = true;
-    fdloop_timer_add(main_fdloop, temp_copy_period_ms, platform_temp_copy_cb, nullptr);
+    const Model* const model = protected_model();
+    if (model != nullptr && has_amplifier(*model))
+        fdloop_timer_add(main_fdloop, temp_copy_period_ms, platform_temp_copy_cb, nullptr);
 }
 
 void evaluate_readings(const Model& model)

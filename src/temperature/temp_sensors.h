@@ -27,7 +27,7 @@ struct Model;
 
 inline constexpr unsigned int temp_copy_period_ms = 5000;
 
-// Starts the copying on the terminals with an amplifier, where it is needed; once.
+// Starts the copying where the protected model has an amplifier. To be called once for a model.
 void start_temp_copy();
 
 // Evaluates the present values of the model's readings, in the order of its sources.
