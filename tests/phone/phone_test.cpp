@@ -40,11 +40,14 @@ TEST(Phone, StartsAndFollowsItsSettings)
               "cfg.interfaces.phone.2.enabled=0 slic0.0=+= phone.1.enabled=1 slic0.1=- "
               "phone.2.enabled=0");
     constexpr const char* story =
-        R"(phone.2.enabled=256 phone.1.enabled=0 phone.0.enabled=1 phone.3.enabled=1 phone.1.volume=1 => slic0.1=+= phone.2.enabled=1 slic0.0=- phone.1.enabled=0
+        R"(phone.2.enabled=256 phone.1.enabled=0 phone.0.enabled=1 phone.3.enabled=1 phone.one.enabled=1 phone.1.volume=1 => slic0.1=+= phone.2.enabled=1 slic0.0=- phone.1.enabled=0
 phone.1.enabled= =>
 )";
     EXPECT_EQ(played(terminal, story), story);
     EXPECT_EQ(terminal.file("/dev/slic0.0") + terminal.file("/dev/slic0.1"), "-+=");
+    pwr_mgr_phone->setPowerForAllPhonePorts();
+    EXPECT_EQ(in_words(terminal.story()),
+              "slic0.0=- phone.1.enabled=0 slic0.1=+= phone.2.enabled=1");
     delete std::exchange(pwr_mgr_phone, nullptr);
     EXPECT_EQ(terminal.write("cfg.interfaces.phone.1.enabled", 1), "");
 }

@@ -26,6 +26,11 @@ TEST_P(PoeModel, FollowsItsSettingsAndTheHeat)
     terminal.write(
         {{"cfg.interfaces.usb.enabled", 1}, {"cfg.interfaces.usb.extended_host_interface", 1}});
     terminal.start();
+    std::int32_t value = 1;
+    const config_data_t other = integer_record("ram.status.sw_update", &value);
+    pwr_mgr_poe->cfgSwUpdateSettled(1, &other);
+    pwr_mgr_poe->switchAgain();
+    EXPECT_EQ(terminal.story(), "") << "the update has not settled";
     EXPECT_EQ(played(terminal, GetParam().story), GetParam().story);
 }
 
@@ -58,7 +63,7 @@ lan.1.poe.enabled=0 => port1=off supply=off
 ram.status.psumcu.psu.poe.enable=0 =>
 lan.0.poe.enabled=0 => port0=off
 lan.0.poe.enabled= lan.0.poe.enabled=on =>
-ram.status.interfaces.lan.enabled.x=0 ram.status.power_management.lan.poe.pwr_controlled.x=1 =>
+ram.status.interfaces.lan.enabled.x=0 ram.status.power_management.lan.poe.pwr_controlled.x=1 lan.x.enabled=0 lan.999999999.enabled=1 lan.0.poe=0 =>
 ram.status.sw_update.settled=1 => log 4 POE on port cfg.interfaces.lan.0.poe.enabled not defined. POE is assumed enabled. supply=on port0=off supply=on port1=off
 lan.0.enabled=1 => supply=on port0=on
 ram.status.psumcu.psu.poe.enable= lan.0.poe.enabled= lan.0.enabled= lan.1.poe.enabled=0 => supply=on port1=off
@@ -77,9 +82,11 @@ TEST(Poe, BytesOfItsSignals)
     const host::SignalLog& signals = host::instance().bus.sent();
     const _cbus_conn_t& bus = host::instance().bus;
     const std::string port = "psumcu.poe.signal.set.port.poe.enabled";
-    EXPECT_EQ(bus.describe(port, "\1", 8), "signal " + port + " 01"); // others' lengths
-    EXPECT_EQ(bus.describe("psumcu.poe.signal.set.poe.psu.enabled", "", 0),
-              "signal psumcu.poe.signal.set.poe.psu.enabled");
+    const std::string supply = "psumcu.poe.signal.set.poe.psu.enabled";
+    for (const unsigned int length : {1U, 8U}) // others' lengths, and what was not kept
+        EXPECT_EQ(bus.describe(port, "\1", length), "signal " + port + " 01");
+    for (const unsigned int length : {0U, 1U})
+        EXPECT_EQ(bus.describe(supply, "", length), "signal " + supply);
     EXPECT_EQ(signals.signal(signals.count() - 1).kept(), "\1");
     EXPECT_EQ(signals.signal(signals.count()).kept(), std::string_view("\1\0\0\0\1\0\0\0", 8));
 }

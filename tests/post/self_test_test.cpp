@@ -134,10 +134,11 @@ TEST_F(SelfTest, AResultIsReportedForATestThatIsNotAllowed)
     for (const auto& [id, test] : tests)
         terminal.write_text("ram.post.id." + std::string(id) + ".enable", "2"); // only 1 allows
     terminal.start();
+    fs::remove_all(terminal.path("/sys/class/gpio/gpiochip248"));
     const std::string id = "(5 POST not allowed ID: Module=4, Module ID=1, Test ID=2304";
     const std::string off = ". Not Enabled, Config OK(0))";
     EXPECT_EQ(id + "06" + off + " isdn3" + id + "05" + off + id + "16" + off + " switch3" + id +
-                  "15" + off + " usb3" + id + "12" + off + " heat3",
+                  "15" + off + " usb4" + id + "12" + off + " heat3",
               ready(terminal));
 }
 

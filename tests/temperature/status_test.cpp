@@ -99,6 +99,10 @@ Temp sensor name : Radio Module - Morvin BDU|Temperature      : 20|State-Tempera
     terminal.write_text("ram.platform.id", "qv1608"); // a model that nobody knows
     pwr_mgr_reset_platform_id();
     EXPECT_EQ(temp_status(), "");
+    EXPECT_EQ(terminal.write(key::mainboard_temperature, 99), "");
+    terminal.write("rmcfg.platform.acm.temperature", 21);
+    EXPECT_EQ(only(terminal.run(5000), {"set"}), "set ram.status.hpa.temperature 400\n"
+                                                 "set ram.status.hpa.temperature_state 0\n");
 }
 
 } // namespace
