@@ -43,6 +43,8 @@ protected:
         int screen = -1;
         const pid_t child = forkpty(&screen, nullptr, &modes, nullptr);
         if (child == 0) {
+            for (const int number : {SIGHUP, SIGINT, SIGQUIT}) // which nohup and scripts ignore
+                std::signal(number, SIG_DFL);
             execl(POWER_MAN, "power_man", "--ignored", nullptr);
             _exit(127);
         }
