@@ -7,9 +7,9 @@
 #   fresh USER SCRIPT [ARG...]    runs a script there, as `user` or `root`. What it installs is gone
 #                                 afterwards, what it builds is kept for the next
 #
-# The packages of row "build" are there already, because every script installs these. Where no such
-# machine can be made (it takes root, namespaces and Debian's mirror), a line says so, and the
-# scripts run on this one, as another user all the same.
+# The packages of row "build" are there already, because every script installs these, and ccache,
+# which is given this machine's cache. Where no such machine can be made (it takes root, namespaces and
+# Debian's mirror), a line says so, and the scripts run on this one, as another user all the same.
 
 fresh_place="power man"
 
@@ -36,7 +36,7 @@ make_minimal() {
     local suite root=$fresh/minimal
     [ "$(id -u)" -eq 0 ] && unshare --mount --pid --fork true || return
     suite=$(debian_suite)
-    mmdebstrap --variant=apt --mode=root --include=sudo --skip=cleanup/apt/lists "$suite" \
+    mmdebstrap --variant=apt --mode=root --include=sudo,ccache --skip=cleanup/apt/lists "$suite" \
         "$root" "$(debian_mirror "$suite")" || return
     chroot "$root" useradd --create-home --uid 1000 user || return
     printf '%s\n' 'user ALL=(ALL) NOPASSWD: ALL' \
@@ -53,8 +53,11 @@ inside() {
         shift 4
         mount -t proc proc "$root/proc" && mount --rbind /dev "$root/dev" &&
             mount --rbind /sys "$root/sys" && mount --bind "$fresh/home" "$root/home/user" &&
-            mount --bind "$fresh/archives" "$root/var/cache/apt/archives" || exit
+            mount --bind "$fresh/archives" "$root/var/cache/apt/archives" &&
+            mkdir -p "$root/var/cache/ccache" &&
+            mount --bind "$CCACHE_DIR" "$root/var/cache/ccache" || exit
         chroot --userspec="$user" "$root" env -i HOME=/home/user LANG=C.UTF-8 CI="$CI" \
+            $(env | grep ^CCACHE_) CCACHE_DIR=/var/cache/ccache \
             http_proxy="$http_proxy" https_proxy="$https_proxy" \
             PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin \
             bash -c "cd \"/home/user/$place\" && exec \"\$@\"" bash "$@"
@@ -72,7 +75,8 @@ fresh() {
     else
         [ "$user" = root ] || [ "$(id -u)" -ne 0 ] ||
             other_user=(setpriv --reuid=nobody --regid=nogroup --clear-groups)
-        (cd "$fresh/home/$fresh_place" && HOME=$fresh/home "${other_user[@]}" "$@") || result=$?
+        (cd "$fresh/home/$fresh_place" &&
+            env -u CCACHE_DIR HOME="$fresh/home" "${other_user[@]}" "$@") || result=$?
     fi
     return "$result"
 }
