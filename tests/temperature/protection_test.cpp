@@ -103,6 +103,15 @@ TEST(LeftHolds, WaitForEverySensor)
     EXPECT_EQ(terminal.value(key::usb_extended_held), "1");
 }
 
+TEST(LeftHolds, WaitForTheOnlySensor)
+{
+    Terminal terminal("qv1101A");
+    terminal.write(key::close_connections, 1);
+    terminal.remove(key::battery_temperature);
+    EXPECT_EQ(only(terminal.start(), {"log 5"}),
+              "log 5 Held since before the start, until every sensor has a reading: connections\n");
+}
+
 TEST(Status, FollowsTheState)
 {
     Terminal terminal("qv1202B");
