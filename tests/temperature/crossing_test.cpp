@@ -63,6 +63,7 @@ rmcfg.sys.mainboard.temperature=20 => log 5 Radio Module - V150: 20 C is below 6
     {"qv1101A",
      R"(ram.status.battery.1.temperature=66 => log 5 Battery: 66 C is above 65 (with external supply): Normal Operation -> Reduced Performance; off: extended USB port, background data
 ram.status.battery.1.temperature=59 => log 5 Battery: 59 C is below 60 (with external supply): Reduced Performance -> Normal Operation; back: extended USB port, background data
+ram.status.psumcu.events.external_supply=0 => log 5 Battery: 59 C is above 58 (without external supply): Normal Operation -> Power Off; off: extended USB port, background data, connections; terminal reboots
 )"},
 };
 INSTANTIATE_TEST_SUITE_P(Models, CrossingOf, testing::ValuesIn(models), model_name);
