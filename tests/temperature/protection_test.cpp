@@ -108,8 +108,12 @@ TEST(LeftHolds, WaitForTheOnlySensor)
     Terminal terminal("qv1101A");
     terminal.write(key::close_connections, 1);
     terminal.remove(key::battery_temperature);
-    EXPECT_EQ(only(terminal.start(), {"log 5"}),
-              "log 5 Held since before the start, until every sensor has a reading: connections\n");
+    terminal.remove(key::external_supply);
+    EXPECT_EQ(
+        only(terminal.start(), {"log 4 External", "log 5"}),
+        "log 4 External supply unknown, ram.status.psumcu.events.external_supply is missing: no "
+        "temperature is evaluated until it is known\n"
+        "log 5 Held since before the start, until every sensor has a reading: connections\n");
 }
 
 TEST(Status, FollowsTheState)
