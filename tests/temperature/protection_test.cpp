@@ -136,6 +136,7 @@ TEST(Status, FollowsTheState)
     then(key::mainboard_temperature, "");
     then(key::mainboard_temperature, "21");
     then(key::platform_hpa_state, "0", 5000);
+    then(key::platform_hpa_state, "", 5000);
     EXPECT_EQ(story, "READY=1 STATUS=NOT PROTECTED: external supply unknown "
                      "STATUS=protecting qv1202B "
                      "STATUS=qv1202B limited since 2026-01-01 00:01 by Radio Module "
@@ -143,7 +144,7 @@ TEST(Status, FollowsTheState)
                      "STATUS=qv1202B limited since 2026-01-01 00:01 by HPA "
                      "STATUS=NOT PROTECTED: no reading of Radio Module "
                      "STATUS=qv1202B limited since 2026-01-01 00:01 by HPA "
-                     "STATUS=protecting qv1202B ");
+                     "STATUS=protecting qv1202B STATUS=NOT PROTECTED: no reading of HPA ");
 }
 
 } // namespace
