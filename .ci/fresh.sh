@@ -8,7 +8,7 @@
 #                                 afterwards, what it builds is kept for the next
 #
 # The packages of row "build" are there already, because every script installs these, and ccache,
-# which is given this machine's cache. Where no such machine can be made (it takes root, namespaces and
+# which is given this machine's cache, CCACHE_DIR. Where no such machine can be made (it takes root, namespaces and
 # Debian's mirror), a line says so, and the scripts run on this one, as another user all the same.
 
 fresh_place="power man"

@@ -71,7 +71,7 @@ collect() {
 
 comparable() { cat; }
 
-interval() { ask temp_status | awk '/^State  *: / && !seen++ { sub("^State  *: ", ""); print }'; }
+interval() { ask temp_status | sed -n '0,/^State  *: /s/^State  *: //p'; }
 
 farewell() {
     printf '\nstatus on the console:\n\n'
